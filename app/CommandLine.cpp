@@ -1,0 +1,60 @@
+#include "app/CommandLine.h"
+
+#include "app/Commands.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace vimbo::app {
+namespace {
+
+const char* const usageLine = "usage: vimbo [probe FILE…] [--help] [--version]";
+
+const char* const helpText = R"(Vimbo joins photos and videos into one movie.
+
+usage: vimbo COMMAND [ARGS…]
+
+commands:
+  probe FILE…   print one line of JSON per file: its path, whether Vimbo takes it in as a
+                clip, and the facts probed from it
+
+options:
+  --help        show this help
+  --version     show the version
+)";
+
+int usage() {
+    std::fprintf(stderr, "%s\n", usageLine);
+    return exitUsage;
+}
+
+} // namespace
+
+int run(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Vimbo"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VIMBO_VERSION));
+
+    QStringList args = QCoreApplication::arguments();
+    args.removeFirst();
+    if (args.isEmpty())
+        return usage();
+
+    const QString command = args.takeFirst();
+    if (command == QLatin1String("--help") || command == QLatin1String("-h")) {
+        std::fputs(helpText, stdout);
+        return exitOk;
+    }
+    if (command == QLatin1String("--version")) {
+        std::printf("vimbo %s\n", VIMBO_VERSION);
+        return exitOk;
+    }
+    if (command == QLatin1String("probe"))
+        return probeCommand(args);
+    return usage();
+}
+
+} // namespace vimbo::app

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QStringList>
+
+namespace vimbo::app {
+
+// Each headless command takes the arguments after its own word and returns the exit status.
+int probeCommand(const QStringList& args);
+
+} // namespace vimbo::app

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, running and testing Vimbo need.
+# Idempotent: when everything is present it only asks dpkg and returns at once.
+set -euo pipefail
+
+packages=(
+  # toolchain
+  build-essential cmake ninja-build pkg-config clang-format
+  # Qt 6: core, gui, widgets, concurrency, D-Bus, multimedia, image plug-ins, undo (QtGui)
+  qt6-base-dev qt6-multimedia-dev qt6-image-formats-plugins qt6-qpa-plugins libgl-dev
+  # media
+  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
+  libheif-dev libexiv2-dev
+  # tests and benchmarks
+  libgtest-dev libbenchmark-dev ffmpeg libimage-exiftool-perl xvfb xauth
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  status=$(dpkg-query -W -f='${db:Status-Status}' "$p" 2>/dev/null || true)
+  [[ "$status" == installed ]] || missing+=("$p")
+done
+
+if ((${#missing[@]})); then
+  echo "setup: installing ${missing[*]}" >&2
+  sudo=""
+  [[ $(id -u) -eq 0 ]] || sudo="sudo"
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -qq
+  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi

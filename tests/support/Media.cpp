@@ -1,0 +1,69 @@
+#include "tests/support/Media.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+namespace vimbo::test {
+
+QString sampleFolder() {
+    static const QString folder = [] {
+        const QString configured = qEnvironmentVariable("VIMBO_SAMPLE_MEDIA", VIMBO_SAMPLE_MEDIA);
+        return QFileInfo(configured + QStringLiteral("/MANIFEST.tsv")).exists() ? configured
+                                                                                : QString();
+    }();
+    return folder;
+}
+
+QString sample(const QString& name) {
+    return sampleFolder() + QLatin1Char('/') + name;
+}
+
+bool run(const QString& program, const QStringList& arguments, QString* output) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    const bool finished = process.waitForFinished(300'000);
+    const QString text = QString::fromUtf8(process.readAll());
+    if (output)
+        *output = text;
+    const bool ok = finished && process.exitStatus() == QProcess::NormalExit &&
+                    process.exitCode() == 0;
+    EXPECT_TRUE(ok) << program.toStdString() << " " << arguments.join(' ').toStdString() << "\n"
+                    << text.toStdString();
+    return ok;
+}
+
+QString generated(const QString& name, const QStringList& ffmpegArgs) {
+    const QString folder = QStringLiteral(VIMBO_FIXTURE_DIR);
+    QDir().mkpath(folder);
+    const QString path = folder + QLatin1Char('/') + name;
+    // Tests run in parallel processes; the lock makes one of them generate while others wait.
+    QLockFile lock(path + QStringLiteral(".lock"));
+    lock.setStaleLockTime(0);
+    lock.lock();
+    if (!QFileInfo::exists(path)) {
+        const QString partial = folder + QStringLiteral("/partial-") + name;
+        QStringList args{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y")};
+        args << ffmpegArgs << partial;
+        if (run(QStringLiteral("ffmpeg"), args))
+            QFile::rename(partial, path);
+    }
+    return path;
+}
+
+QString scratchFolder() {
+    static std::vector<std::unique_ptr<QTemporaryDir>> folders;
+    folders.push_back(std::make_unique<QTemporaryDir>());
+    return folders.back()->path();
+}
+
+} // namespace vimbo::test
