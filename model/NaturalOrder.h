@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+namespace vimbo {
+
+// The file manager's "natural" order: case-insensitive, runs of digits compared by value, so
+// clip2.mov comes before clip10.mov. Negative, zero or positive like strcmp.
+int naturalCompare(const QString& a, const QString& b);
+
+} // namespace vimbo

@@ -1,0 +1,155 @@
+#pragma once
+
+#include "model/Clip.h"
+#include "model/Layout.h"
+#include "model/MediaAccess.h"
+#include "model/Segment.h"
+#include "model/SessionStore.h"
+#include "model/Snapshot.h"
+#include "model/UndoHistory.h"
+
+#include <QHash>
+#include <QImage>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+#include <QUrl>
+#include <QUuid>
+
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+class QUndoStack;
+
+namespace vimbo {
+
+enum class SortOrder { orderAdded, dateTaken, fileName };
+
+// The one document: the clips in playing order with their edits, the output layout, what was
+// probed from each clip's file, its thumbnail, and the selection. Lives on the interface thread
+// and is used only there; probing and thumbnails run on worker threads and land back here.
+// Every change of clips or layout schedules an autosave; every named change is one undo step.
+// Views learn of changes through the *Changed signals and re-read the fields.
+class Project : public QObject {
+    Q_OBJECT
+public:
+    // The size of filmstrip thumbnails, in pixels on the long side.
+    static constexpr int thumbnailPixels = 320;
+
+    // Restores the saved project from `store` and starts reading its clips.
+    explicit Project(MediaAccess media, SessionStore store = SessionStore(),
+                     QObject* parent = nullptr);
+    ~Project() override;
+
+    // Observed state.
+    const std::vector<Clip>& clips() const { return clips_; }
+    const Layout& layout() const { return layout_; }
+    const QHash<QUuid, MediaInfo>& info() const { return info_; }
+    const QHash<QUuid, QImage>& thumbnails() const { return thumbnails_; }
+    const QSet<QUuid>& selection() const { return selection_; }
+    bool showPhotosPicker() const { return showPhotosPicker_; }
+    bool showExport() const { return showExport_; }
+    bool canUndo() const { return canUndo_; }
+    bool canRedo() const { return canRedo_; }
+    std::int64_t nextAdded() const { return nextAdded_; }
+    const SessionStore& store() const { return store_; }
+
+    void setShowPhotosPicker(bool show);
+    void setShowExport(bool show);
+
+    // The clip list.
+    void add(const QList<QUrl>& urls);
+    void addImported(const QList<QUrl>& urls);
+    // The media files a list of dropped or opened files and folders stands for: folders are
+    // searched recursively (hidden entries skipped) and their files sorted naturally by path.
+    static QList<QUrl> expand(const QList<QUrl>& urls,
+                              const std::function<bool(const QUrl&)>& isMedia);
+    void remove(const QSet<QUuid>& ids);
+    void startOver();
+    void move(const QUuid& moved, const QUuid& before);
+    // Copies picked photos and videos into the import store on a worker thread, one after
+    // another, then adds the copies that succeeded, in order, as one step.
+    void importFromPhotos(const QList<QUrl>& picked);
+
+    // Selection. Ctrl toggles one clip, Shift extends from the anchor.
+    void click(const QUuid& id, Qt::KeyboardModifiers modifiers);
+    void selectAll();
+    std::vector<Clip> selectedClips() const;
+
+    // Edits each given clip (the selection when absent) that has been probed. With a name the
+    // change is one undo step; without, the caller is in a gesture and names it at its end.
+    using EditChange = std::function<void(ClipEdits&, const MediaInfo&)>;
+    void edit(const char* name, std::optional<QSet<QUuid>> ids, const EditChange& change);
+    void rotateSelection(int by);
+    void sort(SortOrder order);
+    // Shape and fill pickers: one named step each.
+    void setLayout(const Layout& layout, const char* name);
+
+    // The clips that take part in the movie: probed as video or photo, in order.
+    std::vector<std::pair<QUuid, Segment>> usable() const;
+    double duration() const;
+    // The clip's tile picture, turned by its quarter turns (turned pictures are cached).
+    std::optional<QImage> thumbnail(const Clip& clip);
+
+    // Undo.
+    Snapshot snapshot() const { return {clips_, layout_}; }
+    void registerUndo(const Snapshot& from, const char* name);
+    void apply(const Snapshot& snapshot);
+    void beginGesture();
+    // Ends a gesture: one step from its start, if anything changed.
+    void endGesture(const char* name);
+    // The window hands over its undo stack (held weakly; may be replaced).
+    void setUndoStack(QUndoStack* stack);
+    QUndoStack* undoStack() const { return history_.stack(); }
+
+    // Persistence.
+    void scheduleSave();
+    void save();
+    void read(const std::vector<Clip>& clips);
+
+signals:
+    void clipsChanged();
+    void layoutChanged();
+    void infoChanged();
+    void thumbnailsChanged();
+    void selectionChanged();
+    void showPhotosPickerChanged();
+    void showExportChanged();
+    void canUndoChanged();
+    void canRedoChanged();
+
+private:
+    void restore();
+    void setClips(std::vector<Clip> clips);
+    void assignLayout(const Layout& layout);
+    void setSelection(QSet<QUuid> selection);
+    void appendClips(std::vector<Clip> fresh);
+    Clip newClip(const QUrl& url);
+    void refreshUndo();
+    void storeInfo(const QUuid& id, const MediaInfo& info);
+    void storeThumbnail(const QUuid& id, const QImage& image);
+
+    MediaAccess media_;
+    SessionStore store_;
+    UndoHistory history_;
+    QTimer saveTimer_;
+
+    std::vector<Clip> clips_;
+    Layout layout_;
+    QHash<QUuid, MediaInfo> info_;
+    QHash<QUuid, QImage> thumbnails_;
+    QHash<QString, QImage> turnedThumbnails_;
+    QSet<QUuid> selection_;
+    bool showPhotosPicker_ = false;
+    bool showExport_ = false;
+    bool canUndo_ = false;
+    bool canRedo_ = false;
+    std::int64_t nextAdded_ = 0;
+    std::optional<QUuid> anchor_;
+    std::optional<Snapshot> gestureStart_;
+    bool restoring_ = false;
+};
+
+} // namespace vimbo

@@ -1,0 +1,152 @@
+#include "model/SessionStore.h"
+
+#include "model/Bookmark.h"
+#include "model/RecordJson.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <cmath>
+
+namespace vimbo {
+namespace {
+
+bool isFinite(const ClipEdits& e) {
+    return std::isfinite(e.trimStart) && std::isfinite(e.trimEnd) && std::isfinite(e.speed) &&
+           std::isfinite(e.photoDuration);
+}
+
+QString importFolderName(const QUrl& url) {
+    return QFileInfo(QFileInfo(url.toLocalFile()).path()).fileName();
+}
+
+} // namespace
+
+std::optional<QByteArray> encodeSaved(const Saved& saved) {
+    QJsonArray clips;
+    for (const Clip& clip : saved.clips) {
+        if (!isFinite(clip.edits))
+            return std::nullopt;
+        clips.append(toJson(clip));
+    }
+    return compactJson(QJsonObject{
+        {QStringLiteral("clips"), clips},
+        {QStringLiteral("layout"), toJson(saved.layout)},
+        {QStringLiteral("nextAdded"), static_cast<qint64>(saved.nextAdded)},
+    });
+}
+
+std::optional<Saved> decodeSaved(const QByteArray& bytes) {
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        return std::nullopt;
+    return json::decodeOrNull([&] {
+        const json::Reader r(document.object());
+        Saved saved;
+        for (const QJsonValue& value : r.array(QStringLiteral("clips"))) {
+            auto clip = clipFromJson(value);
+            if (!clip)
+                throw json::Invalid{};
+            saved.clips.push_back(std::move(*clip));
+        }
+        const auto layout = layoutFromJson(r.value(QStringLiteral("layout")));
+        if (!layout)
+            throw json::Invalid{};
+        saved.layout = *layout;
+        saved.nextAdded = r.integer(QStringLiteral("nextAdded"));
+        return saved;
+    });
+}
+
+SessionStore::SessionStore(QString folder)
+    : folder_(std::move(folder)) {}
+
+QString SessionStore::standardFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/Vimbo");
+}
+
+QString SessionStore::sessionFile() const {
+    return folder_ + QStringLiteral("/Session.json");
+}
+
+QString SessionStore::importsFolder() const {
+    return folder_ + QStringLiteral("/Imports");
+}
+
+bool SessionStore::save(const Saved& saved) const {
+    QDir().mkpath(folder_);
+    const auto bytes = encodeSaved(saved);
+    if (!bytes)
+        return false;
+    QSaveFile file(sessionFile());
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.write(*bytes);
+    return file.commit();
+}
+
+std::optional<Saved> SessionStore::load() const {
+    QFile file(sessionFile());
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return decodeSaved(file.readAll());
+}
+
+Clip SessionStore::restored(Clip clip) const {
+    if (clip.bookmark) {
+        const auto resolved = Bookmark::resolve(*clip.bookmark);
+        if (!resolved)
+            return clip; // probes as missing when the file is really gone
+        clip.url = resolved->url;
+        if (resolved->stale)
+            clip.bookmark = Bookmark::make(clip.url);
+    } else if (clip.imported) {
+        // The copy's own folder and name, under today's store: the data folder may have moved.
+        const QFileInfo old(clip.url.path());
+        clip.url = QUrl::fromLocalFile(importsFolder() + QLatin1Char('/') +
+                                       QFileInfo(old.path()).fileName() + QLatin1Char('/') +
+                                       old.fileName());
+    }
+    return clip;
+}
+
+void SessionStore::cleanImports(const std::vector<Clip>& clips) const {
+    QSet<QString> keep;
+    for (const Clip& clip : clips)
+        if (clip.imported)
+            keep.insert(importFolderName(clip.url));
+    QDir imports(importsFolder());
+    if (!imports.exists())
+        return;
+    const auto entries = imports.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                               QDir::NoDotAndDotDot);
+    for (const QFileInfo& entry : entries) {
+        if (keep.contains(entry.fileName()))
+            continue;
+        if (entry.isDir() && !entry.isSymLink())
+            QDir(entry.absoluteFilePath()).removeRecursively();
+        else
+            QFile::remove(entry.absoluteFilePath());
+    }
+}
+
+std::optional<QUrl> SessionStore::keep(const QUrl& received) const {
+    const QString folder =
+        importsFolder() + QLatin1Char('/') + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    if (!QDir().mkpath(folder))
+        return std::nullopt;
+    const QString source = received.toLocalFile();
+    const QString destination = folder + QLatin1Char('/') + QFileInfo(source).fileName();
+    if (!QFile::copy(source, destination))
+        return std::nullopt;
+    return QUrl::fromLocalFile(destination);
+}
+
+} // namespace vimbo

@@ -1,0 +1,52 @@
+#pragma once
+
+// Where the one project lives on disk: …/Vimbo/Session.json and the import store
+// …/Vimbo/Imports/<UUID>/<file>, under the user's data folder (XDG_DATA_HOME honoured).
+// Used on the interface thread; every operation is synchronous and quiet about failures.
+
+#include "model/Snapshot.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+#include <vector>
+
+namespace vimbo {
+
+// The saved project's JSON form: exactly `clips`, `layout` and `nextAdded`. Encoding fails
+// (nullopt) when a number is not finite; decoding fails on anything but a complete document.
+std::optional<QByteArray> encodeSaved(const Saved& saved);
+std::optional<Saved> decodeSaved(const QByteArray& bytes);
+
+class SessionStore {
+public:
+    // folder is the Vimbo folder itself; standardFolder() is the user's.
+    explicit SessionStore(QString folder = standardFolder());
+    static QString standardFolder();
+
+    QString folder() const { return folder_; }
+    QString sessionFile() const;
+    QString importsFolder() const;
+
+    // Writes the whole file atomically: a reader sees the old file or the new one, never half.
+    bool save(const Saved& saved) const;
+    // Absent when the file is missing, unreadable or not a complete saved project.
+    std::optional<Saved> load() const;
+
+    // A saved clip as it is found again now: bookmarks resolved (the file may have moved),
+    // imported copies looked up in the current import store.
+    Clip restored(Clip clip) const;
+    // Deletes every entry of the import store that no imported clip of `clips` lives in.
+    void cleanImports(const std::vector<Clip>& clips) const;
+
+    // Copies a received file into a new folder of its own in the import store; the copy's URL,
+    // or absent when the copy cannot be made.
+    std::optional<QUrl> keep(const QUrl& received) const;
+
+private:
+    QString folder_;
+};
+
+} // namespace vimbo
