@@ -11,7 +11,7 @@
 namespace vimbo::app {
 namespace {
 
-const char* const usageLine = "usage: vimbo [probe FILE…] [--help] [--version]";
+const char* const usageLine = "usage: vimbo [probe FILE… | project] [--help] [--version]";
 
 const char* const helpText = R"(Vimbo joins photos and videos into one movie.
 
@@ -20,6 +20,8 @@ usage: vimbo COMMAND [ARGS…]
 commands:
   probe FILE…   print one line of JSON per file: its path, whether Vimbo takes it in as a
                 clip, and the facts probed from it
+  project       list the saved project as the window restores it: each clip's file,
+                kind, played length and edits, and the total length
 
 options:
   --help        show this help
@@ -54,6 +56,8 @@ int run(int argc, char** argv) {
     }
     if (command == QLatin1String("probe"))
         return probeCommand(args);
+    if (command == QLatin1String("project"))
+        return projectCommand(args);
     return usage();
 }
 

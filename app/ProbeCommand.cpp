@@ -19,17 +19,16 @@ int probeCommand(const QStringList& args) {
     }
 
     // Files are probed in parallel, as the window reads clips, and printed in argument order.
-    const QList<QByteArray> lines =
-        QtConcurrent::blockingMapped(args, [](const QString& argument) {
-            const QString path = QFileInfo(argument).absoluteFilePath();
-            const QUrl url = QUrl::fromLocalFile(path);
-            const QJsonObject line{
-                {QStringLiteral("path"), path},
-                {QStringLiteral("isMedia"), MediaProbe::isMedia(url)},
-                {QStringLiteral("info"), toJson(MediaProbe::probe(url))},
-            };
-            return QJsonDocument(line).toJson(QJsonDocument::Compact);
-        });
+    const QList<QByteArray> lines = QtConcurrent::blockingMapped(args, [](const QString& argument) {
+        const QString path = QFileInfo(argument).absoluteFilePath();
+        const QUrl url = QUrl::fromLocalFile(path);
+        const QJsonObject line{
+            {QStringLiteral("path"), path},
+            {QStringLiteral("isMedia"), MediaProbe::isMedia(url)},
+            {QStringLiteral("info"), toJson(MediaProbe::probe(url))},
+        };
+        return QJsonDocument(line).toJson(QJsonDocument::Compact);
+    });
     for (const QByteArray& line : lines) {
         std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
         std::fputc('\n', stdout);
