@@ -54,6 +54,21 @@ using SwsPtr = std::unique_ptr<SwsContext, SwsDeleter>;
 using SwrPtr = std::unique_ptr<SwrContext, SwrDeleter>;
 using FilterGraphPtr = std::unique_ptr<AVFilterGraph, FilterGraphDeleter>;
 
+// Owns an AVDictionary of options; FFmpeg calls that fill or replace one take `out()`.
+class Dictionary {
+public:
+    Dictionary() = default;
+    Dictionary(const Dictionary&) = delete;
+    Dictionary& operator=(const Dictionary&) = delete;
+    ~Dictionary() { av_dict_free(&dict_); }
+
+    void set(const char* key, const char* value) { av_dict_set(&dict_, key, value, 0); }
+    AVDictionary** out() { return &dict_; }
+
+private:
+    AVDictionary* dict_ = nullptr;
+};
+
 inline FramePtr makeFrame() {
     return FramePtr(av_frame_alloc());
 }

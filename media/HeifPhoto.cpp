@@ -1,0 +1,93 @@
+#include "media/HeifPhoto.h"
+
+#include <QFile>
+
+#include <libheif/heif.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <mutex>
+
+namespace vimbo {
+namespace {
+
+// EXIF in a JPEG is at most 64 KiB; anything near this size is not EXIF worth reading.
+constexpr std::size_t maxExifSize = 4 << 20;
+
+struct ContextDeleter {
+    void operator()(heif_context* context) const { heif_context_free(context); }
+};
+struct HandleDeleter {
+    void operator()(heif_image_handle* handle) const { heif_image_handle_release(handle); }
+};
+using ContextPtr = std::unique_ptr<heif_context, ContextDeleter>;
+using HandlePtr = std::unique_ptr<heif_image_handle, HandleDeleter>;
+
+void prepareLibheif() {
+    // Balanced by no heif_deinit: the library stays initialised for the life of the process.
+    static std::once_flag once;
+    std::call_once(once, [] { heif_init(nullptr); });
+}
+
+// A HEIF EXIF item starts with the offset of the TIFF header behind a 4-byte field; some
+// writers still put the "Exif\0\0" marker of JPEG's APP1 segment in front of the header.
+std::vector<std::uint8_t> tiffBlock(const std::vector<std::uint8_t>& item) {
+    if (item.size() < 4)
+        return {};
+    const std::uint64_t offset = std::uint64_t(item[0]) << 24 | std::uint64_t(item[1]) << 16 |
+                                 std::uint64_t(item[2]) << 8 | item[3];
+    if (offset > item.size() - 4)
+        return {};
+    auto begin = item.begin() + static_cast<std::ptrdiff_t>(4 + offset);
+    static constexpr std::array<std::uint8_t, 6> marker{'E', 'x', 'i', 'f', 0, 0};
+    if (item.end() - begin >= 6 && std::equal(marker.begin(), marker.end(), begin))
+        begin += 6;
+    return {begin, item.end()};
+}
+
+std::vector<std::uint8_t> exifOf(heif_image_handle* handle) {
+    heif_item_id id = 0;
+    if (heif_image_handle_get_list_of_metadata_block_IDs(handle, "Exif", &id, 1) != 1)
+        return {};
+    const std::size_t size = heif_image_handle_get_metadata_size(handle, id);
+    if (size == 0 || size > maxExifSize)
+        return {};
+    std::vector<std::uint8_t> item(size);
+    if (heif_image_handle_get_metadata(handle, id, item.data()).code != heif_error_Ok)
+        return {};
+    return tiffBlock(item);
+}
+
+} // namespace
+
+bool isHeifFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray head = file.read(64);
+    const auto result = heif_check_filetype(reinterpret_cast<const std::uint8_t*>(head.constData()),
+                                            static_cast<int>(head.size()));
+    return result != heif_filetype_no;
+}
+
+std::optional<HeifPhoto> readHeif(const QString& path) {
+    prepareLibheif();
+    ContextPtr context(heif_context_alloc());
+    if (!context)
+        return std::nullopt;
+    const QByteArray name = QFile::encodeName(path);
+    if (heif_context_read_from_file(context.get(), name.constData(), nullptr).code != heif_error_Ok)
+        return std::nullopt;
+    heif_image_handle* primary = nullptr;
+    if (heif_context_get_primary_image_handle(context.get(), &primary).code != heif_error_Ok)
+        return std::nullopt;
+    const HandlePtr handle(primary);
+    return HeifPhoto{
+        .width = heif_image_handle_get_width(handle.get()),
+        .height = heif_image_handle_get_height(handle.get()),
+        .exif = exifOf(handle.get()),
+    };
+}
+
+} // namespace vimbo

@@ -1,0 +1,102 @@
+#include "media/CodecCodes.h"
+#include "media/MediaProbe.h"
+#include "media/MovieDate.h"
+#include "media/VideoTrack.h"
+#include "media/ff/TimedInput.h"
+
+#include <chrono>
+
+namespace vimbo::MediaProbe {
+namespace {
+
+// Far longer than any healthy header takes to read, even from a slow disk.
+constexpr std::chrono::seconds probeTimeout{10};
+
+AVStream* firstStream(AVFormatContext* context, AVMediaType type) {
+    for (unsigned i = 0; i < context->nb_streams; ++i) {
+        AVStream* stream = context->streams[i];
+        // Cover art comes as a one-picture video stream; it is not a track of the movie.
+        if (stream->codecpar->codec_type == type &&
+            !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC))
+            return stream;
+    }
+    return nullptr;
+}
+
+// Some sample descriptions (H.263 in 3GPP, for one) leave sizes or rates to the bitstream.
+bool lacksParameters(const AVStream& video, const AVStream* audio) {
+    if (video.codecpar->width <= 0 || video.codecpar->height <= 0)
+        return true;
+    return audio && audio->codecpar->codec_id != AV_CODEC_ID_NONE &&
+           (audio->codecpar->sample_rate <= 0 || audio->codecpar->ch_layout.nb_channels <= 0);
+}
+
+// Opens a decoder on the stream's parameters, as playing it would. Absent when there is no
+// decoder or it refuses them; otherwise the transfer characteristic the decoder read from the
+// codec's own parameter sets (HEVC exports it on opening), or unspecified.
+std::optional<AVColorTransferCharacteristic> openDecoder(const AVCodecParameters& parameters) {
+    const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
+    if (!codec)
+        return std::nullopt;
+    ff::CodecPtr context(avcodec_alloc_context3(codec));
+    if (!context || avcodec_parameters_to_context(context.get(), &parameters) < 0)
+        return std::nullopt;
+    // One thread: a pool of frame threads would be started and torn down for nothing.
+    context->thread_count = 1;
+    // This decoder never decodes; its greetings and complaints would only be noise.
+    context->log_level_offset = AV_LOG_TRACE;
+    if (avcodec_open2(context.get(), codec, nullptr) < 0)
+        return std::nullopt;
+    return context->color_trc;
+}
+
+// "<format> <rate> <channels>", e.g. "aac 48000 2"; empty when the format is unknown.
+QString audioFormat(const AVCodecParameters& parameters) {
+    const std::uint32_t format = audioFormatCode(parameters);
+    const int channels = parameters.ch_layout.nb_channels;
+    if (!format || parameters.sample_rate <= 0 || channels <= 0)
+        return {};
+    return QStringLiteral("%1 %2 %3").arg(fourCC(format)).arg(parameters.sample_rate).arg(channels);
+}
+
+} // namespace
+
+std::optional<MediaInfo> probeVideo(const QUrl& url) {
+    auto input = ff::TimedInput::open(url.toLocalFile(), probeTimeout);
+    if (!input)
+        return std::nullopt;
+    AVStream* video = firstStream(input->get(), AVMEDIA_TYPE_VIDEO);
+    if (!video)
+        return std::nullopt;
+    const AVStream* audio = firstStream(input->get(), AVMEDIA_TYPE_AUDIO);
+    // Best effort: whatever is still missing afterwards fails the checks below.
+    if (lacksParameters(*video, audio))
+        avformat_find_stream_info(input->get(), nullptr);
+
+    const AVCodecParameters& parameters = *video->codecpar;
+    const auto decodedTransfer = openDecoder(parameters);
+    const double duration = trackDuration(*video);
+    if (!decodedTransfer || parameters.width <= 0 || parameters.height <= 0 || !(duration > 0))
+        return std::nullopt;
+
+    MediaInfo info(MediaKind::video);
+    info.naturalSize = {static_cast<double>(parameters.width),
+                        static_cast<double>(parameters.height)};
+    info.transform = displayTransform(*video);
+    info.size = transformedSize(info.naturalSize, info.transform);
+    info.duration = duration;
+    info.frameRate = nominalFrameRate(*video, duration);
+    info.isHDR = isHdr(*video, *decodedTransfer);
+    if (const std::uint32_t codec = videoCodecCode(parameters))
+        info.codec = fourCC(codec);
+    if (audio) {
+        info.hasAudio = true;
+        info.audioFormat = audioFormat(*audio->codecpar);
+    }
+    info.dateTaken = movieCreationDate(input->get()->metadata, QDateTime::currentDateTimeUtc());
+    if (!info.dateTaken)
+        info.dateTaken = fileDate(url);
+    return info;
+}
+
+} // namespace vimbo::MediaProbe
