@@ -1,0 +1,106 @@
+#include "media/Photo.h"
+
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <libheif/heif.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+namespace vimbo::Photo {
+namespace {
+
+struct HeifContextDeleter {
+    void operator()(heif_context* c) const { heif_context_free(c); }
+};
+struct HeifHandleDeleter {
+    void operator()(heif_image_handle* h) const { heif_image_handle_release(h); }
+};
+struct HeifImageDeleter {
+    void operator()(heif_image* i) const { heif_image_release(i); }
+};
+
+bool isHeif(const QUrl& url) {
+    const QString suffix = QFileInfo(url.toLocalFile()).suffix().toLower();
+    return suffix == QLatin1String("heic") || suffix == QLatin1String("heif") ||
+           suffix == QLatin1String("hif") || suffix == QLatin1String("avif");
+}
+
+// `size` made smaller so that its longer side is at most `longest`; never larger.
+QSize bounded(QSize size, std::int64_t longest) {
+    const int side = std::max(size.width(), size.height());
+    if (side <= longest)
+        return size;
+    const double f = static_cast<double>(longest) / side;
+    return {std::max(1, static_cast<int>(std::lround(size.width() * f))),
+            std::max(1, static_cast<int>(std::lround(size.height() * f)))};
+}
+
+QImage loadWithQt(const QString& file, std::int64_t longest) {
+    QImageReader reader(file);
+    reader.setAutoTransform(true);
+    // The scaled size applies before the orientation turns the picture; the longer side is the
+    // same either way.
+    const QSize stored = reader.size();
+    if (stored.isValid()) {
+        const QSize target = bounded(stored, longest);
+        if (target != stored)
+            reader.setScaledSize(target);
+    }
+    QImage image = reader.read();
+    if (image.isNull())
+        return {};
+    const QSize fitted = bounded(image.size(), longest);
+    if (fitted != image.size())
+        image = image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    return image;
+}
+
+QImage loadWithHeif(const QString& file, std::int64_t longest) {
+    std::unique_ptr<heif_context, HeifContextDeleter> context(heif_context_alloc());
+    if (!context)
+        return {};
+    const QByteArray path = file.toUtf8();
+    if (heif_context_read_from_file(context.get(), path.constData(), nullptr).code != heif_error_Ok)
+        return {};
+    heif_image_handle* rawHandle = nullptr;
+    if (heif_context_get_primary_image_handle(context.get(), &rawHandle).code != heif_error_Ok)
+        return {};
+    std::unique_ptr<heif_image_handle, HeifHandleDeleter> handle(rawHandle);
+    const bool alpha = heif_image_handle_has_alpha_channel(rawHandle);
+    const heif_chroma chroma = alpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB;
+    heif_image* rawImage = nullptr;
+    // Default options: libheif applies the file's rotation and mirroring.
+    if (heif_decode_image(rawHandle, &rawImage, heif_colorspace_RGB, chroma, nullptr).code !=
+        heif_error_Ok)
+        return {};
+    std::unique_ptr<heif_image, HeifImageDeleter> decoded(rawImage);
+    const int width = heif_image_get_width(rawImage, heif_channel_interleaved);
+    const int height = heif_image_get_height(rawImage, heif_channel_interleaved);
+    int stride = 0;
+    const std::uint8_t* pixels =
+        heif_image_get_plane_readonly(rawImage, heif_channel_interleaved, &stride);
+    if (!pixels || width <= 0 || height <= 0)
+        return {};
+    const QImage::Format format = alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888;
+    const QImage view(pixels, width, height, stride, format);
+    const QSize fitted = bounded(view.size(), longest);
+    if (fitted == view.size())
+        return view.copy(); // detach from libheif's buffer before it is released
+    return view.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+} // namespace
+
+QImage load(const QUrl& url, std::int64_t maxPixels) {
+    const std::int64_t longest = std::max<std::int64_t>(maxPixels, 1);
+    const QString file = url.toLocalFile();
+    if (isHeif(url))
+        return loadWithHeif(file, longest);
+    return loadWithQt(file, longest);
+}
+
+} // namespace vimbo::Photo

@@ -1,0 +1,51 @@
+#include "media/ff/Decoder.h"
+
+#include "model/VimboError.h"
+
+namespace vimbo::ff {
+
+Decoder::Decoder(Demuxer& input, int stream)
+    : input_(input)
+    , stream_(stream) {
+    const AVCodecParameters* parameters = input.stream(stream)->codecpar;
+    const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
+    if (!codec)
+        throw VimboError::unreadable(input.url());
+    context_.reset(avcodec_alloc_context3(codec));
+    if (!context_ || avcodec_parameters_to_context(context_.get(), parameters) < 0)
+        throw VimboError::exportFailed(QStringLiteral("Out of memory."));
+    context_->pkt_timebase = input.stream(stream)->time_base;
+    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) {
+        context_->thread_count = 0; // one per core, and one more
+        context_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    }
+    if (avcodec_open2(context_.get(), codec, nullptr) < 0)
+        throw VimboError::unreadable(input.url());
+}
+
+bool Decoder::receive(AVFrame* frame) {
+    for (;;) {
+        const int received = avcodec_receive_frame(context_.get(), frame);
+        if (received == 0)
+            return true;
+        if (received != AVERROR(EAGAIN))
+            return false; // the end, or a decoder that cannot go on
+        if (!input_.read(packet_.get())) {
+            if (draining_)
+                return false;
+            draining_ = true;
+            avcodec_send_packet(context_.get(), nullptr);
+            continue;
+        }
+        if (packet_->stream_index == stream_)
+            avcodec_send_packet(context_.get(), packet_.get()); // bad data: skip the packet
+        av_packet_unref(packet_.get());
+    }
+}
+
+void Decoder::flush() {
+    avcodec_flush_buffers(context_.get());
+    draining_ = false;
+}
+
+} // namespace vimbo::ff
