@@ -43,7 +43,7 @@ QList<QUrl> expandOne(const QUrl& url, const std::function<bool(const QUrl&)>& i
 
 } // namespace
 
-Project::Project(MediaAccess media, SessionStore store, QObject* parent)
+Project::Project(MediaAccess media, std::optional<SessionStore> store, QObject* parent)
     : QObject(parent)
     , media_(std::move(media))
     , store_(std::move(store))
@@ -185,10 +185,10 @@ void Project::move(const QUuid& moved, const QUuid& before) {
 }
 
 void Project::importFromPhotos(const QList<QUrl>& picked) {
-    if (picked.isEmpty())
+    if (picked.isEmpty() || !store_)
         return;
     QPointer<Project> self(this);
-    const SessionStore store = store_;
+    const SessionStore store = *store_;
     QThreadPool::globalInstance()->start([self, store, picked] {
         QList<QUrl> kept;
         for (const QUrl& url : picked)

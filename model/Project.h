@@ -38,8 +38,9 @@ public:
     // The size of filmstrip thumbnails, in pixels on the long side.
     static constexpr int thumbnailPixels = 320;
 
-    // Restores the saved project from `store` and starts reading its clips.
-    explicit Project(MediaAccess media, SessionStore store = SessionStore(),
+    // Restores the saved project from `store` and starts reading its clips. Without a store
+    // the project is a scratch one (the command line's merge): nothing is read or saved.
+    explicit Project(MediaAccess media, std::optional<SessionStore> store = SessionStore(),
                      QObject* parent = nullptr);
     ~Project() override;
 
@@ -54,7 +55,7 @@ public:
     bool canUndo() const { return canUndo_; }
     bool canRedo() const { return canRedo_; }
     std::int64_t nextAdded() const { return nextAdded_; }
-    const SessionStore& store() const { return store_; }
+    const std::optional<SessionStore>& store() const { return store_; }
 
     void setShowPhotosPicker(bool show);
     void setShowExport(bool show);
@@ -70,7 +71,8 @@ public:
     void startOver();
     void move(const QUuid& moved, const QUuid& before);
     // Copies picked photos and videos into the import store on a worker thread, one after
-    // another, then adds the copies that succeeded, in order, as one step.
+    // another, then adds the copies that succeeded, in order, as one step. A scratch project
+    // has no import store and takes nothing.
     void importFromPhotos(const QList<QUrl>& picked);
 
     // Selection. Ctrl toggles one clip, Shift extends from the anchor.
@@ -132,7 +134,7 @@ private:
     void storeThumbnail(const QUuid& id, const QImage& image);
 
     MediaAccess media_;
-    SessionStore store_;
+    std::optional<SessionStore> store_;
     UndoHistory history_;
     QTimer saveTimer_;
 

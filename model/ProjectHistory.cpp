@@ -45,30 +45,33 @@ void Project::refreshUndo() {
 }
 
 void Project::scheduleSave() {
-    if (restoring_)
+    if (restoring_ || !store_)
         return;
     saveTimer_.start(); // restarting postpones the pending save
 }
 
 void Project::save() {
     saveTimer_.stop();
-    store_.save(Saved{clips_, layout_, nextAdded_});
+    if (store_)
+        store_->save(Saved{clips_, layout_, nextAdded_});
 }
 
 void Project::restore() {
+    if (!store_)
+        return;
     restoring_ = true;
-    if (const auto saved = store_.load()) {
+    if (const auto saved = store_->load()) {
         assignLayout(saved->layout);
         nextAdded_ = saved->nextAdded;
         std::vector<Clip> clips;
         clips.reserve(saved->clips.size());
         for (const Clip& clip : saved->clips)
-            clips.push_back(store_.restored(clip));
+            clips.push_back(store_->restored(clip));
         setClips(std::move(clips));
-        store_.cleanImports(clips_);
+        store_->cleanImports(clips_);
         read(clips_);
     } else {
-        store_.cleanImports({});
+        store_->cleanImports({});
     }
     restoring_ = false;
 }
