@@ -30,9 +30,9 @@ TEST(Segment, TrimmedRangeKeepsAtLeastATenthInsideTheMedia) {
         double duration, trimStart, trimEnd, lower, upper;
     };
     const Case cases[] = {
-        {10, 0, 0, 0, 10},    {10, 4, 5, 4, 5},    {10, 9.95, 0, 9.9, 10},
-        {10, 6, 6, 6, 6.1},   {0, 0, 0, 0, 0},     {10, 2, -3, 2, 10},
-        {10, -2, 1, 0, 9},    {10, 50, 50, 9.9, 10}, {0.05, 0, 0, 0, 0.05},
+        {10, 0, 0, 0, 10},  {10, 4, 5, 4, 5},      {10, 9.95, 0, 9.9, 10},
+        {10, 6, 6, 6, 6.1}, {0, 0, 0, 0, 0},       {10, 2, -3, 2, 10},
+        {10, -2, 1, 0, 9},  {10, 50, 50, 9.9, 10}, {0.05, 0, 0, 0, 0.05},
     };
     for (const Case& c : cases) {
         const auto r = video(c.duration, trims(c.trimStart, c.trimEnd)).trimmedRange();
@@ -114,9 +114,8 @@ TEST(RecordJson, ClipHasExactlyTheDocumentedForm) {
               QStringLiteral("file:///home/ann/My%20Movies/%C3%89t%C3%A9%20%231.mov"));
     EXPECT_EQ(o["bookmark"].toString(), QStringLiteral("AQL/IHBhdGg="));
     EXPECT_EQ(o["added"].toInteger(), 7);
-    EXPECT_EQ(o["edits"].toObject().keys(),
-              (QStringList{"muted", "photoDuration", "quarterTurns", "speed", "trimEnd",
-                           "trimStart"}));
+    EXPECT_EQ(o["edits"].toObject().keys(), (QStringList{"muted", "photoDuration", "quarterTurns",
+                                                         "speed", "trimEnd", "trimStart"}));
 
     Clip noBookmark = sampleClip();
     noBookmark.bookmark.reset();

@@ -1,0 +1,268 @@
+#include "model/Bookmark.h"
+#include "model/UndoNames.h"
+#include "tests/model/ProjectFixture.h"
+
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QThread>
+
+#include <chrono>
+
+namespace vimbo::test {
+namespace {
+
+using Names = std::vector<QString>;
+
+TEST_F(ProjectTest, UndoAndRedoRestoreWholeStatesWithTheirNames) {
+    QSignalSpy canUndo(project.get(), &Project::canUndoChanged);
+    project->add({photo("a.jpg"), photo("b.jpg")});
+    const std::vector<Clip> added = project->clips();
+    EXPECT_TRUE(project->canUndo());
+    EXPECT_EQ(canUndo.count(), 1);
+    ASSERT_TRUE(probed(2));
+
+    stack().undo();
+    EXPECT_TRUE(project->clips().empty());
+    EXPECT_TRUE(project->selection().isEmpty());
+    EXPECT_TRUE(project->canRedo());
+    EXPECT_EQ(stack().redoText(), QStringLiteral("Add Clips"));
+    stack().redo();
+    EXPECT_EQ(project->clips(), added);
+    EXPECT_EQ(project->usable().size(), 2u);     // probed facts were never dropped
+    EXPECT_TRUE(project->selection().isEmpty()); // undo never brings a selection back
+
+    nextTurn();
+    project->click(added[0].id, {});
+    project->remove({added[0].id});
+    nextTurn();
+    EXPECT_EQ(stack().undoText(), QStringLiteral("Remove"));
+    stack().undo();
+    EXPECT_EQ(project->clips(), added);
+    EXPECT_FALSE(project->selection().contains(added[0].id));
+
+    // Start Over comes back, but the numbering does not roll back.
+    nextTurn();
+    project->setLayout({FrameShape::tall, FillMode::fill}, UndoName::changeShape);
+    nextTurn();
+    project->startOver();
+    nextTurn();
+    stack().undo();
+    EXPECT_EQ(project->clips(), added);
+    EXPECT_EQ(project->layout(), (Layout{FrameShape::tall, FillMode::fill}));
+    project->add({file("c.jpg")});
+    EXPECT_EQ(project->clips().back().added, 2);
+}
+
+TEST_F(ProjectTest, OneStepPerEventLoopTurnAndPerGesture) {
+    project->addImported({file("a.jpg"), file("b.jpg"), file("c.jpg")});
+    ASSERT_TRUE(probed(3));
+    nextTurn();
+    const std::vector<Clip> start = project->clips();
+    const int steps = stack().count();
+
+    // A switch that mutes clips one by one within one turn makes one step.
+    for (const Clip& c : start)
+        project->edit(UndoName::mute, QSet<QUuid>{c.id},
+                      [](ClipEdits& e, const MediaInfo&) { e.muted = true; });
+    nextTurn();
+    EXPECT_EQ(stack().count(), steps + 1);
+    EXPECT_EQ(stack().undoText(), QStringLiteral("Mute"));
+    stack().undo();
+    EXPECT_EQ(project->clips(), start);
+    stack().redo();
+
+    // A drag through ten values is one step that goes back to the value before the drag.
+    const std::vector<Clip> beforeTrim = project->clips();
+    project->beginGesture();
+    for (int i = 1; i <= 10; ++i) {
+        project->edit(nullptr, QSet<QUuid>{start[0].id},
+                      [i](ClipEdits& e, const MediaInfo&) { e.trimStart = i * 0.1; });
+        nextTurn();
+        project->beginGesture(); // a nested begin keeps the earliest state
+    }
+    project->endGesture(UndoName::trim);
+    nextTurn();
+    EXPECT_EQ(stack().undoText(), QStringLiteral("Trim"));
+    EXPECT_EQ(stack().count(), steps + 2);
+    stack().undo();
+    EXPECT_EQ(project->clips(), beforeTrim);
+
+    // A gesture or named change that changes nothing makes no step.
+    const int count = stack().count();
+    project->beginGesture();
+    project->endGesture(UndoName::moveClip);
+    project->sort(SortOrder::orderAdded);
+    project->setLayout(project->layout(), UndoName::changeFill);
+    EXPECT_EQ(stack().count(), count);
+
+    // A tile drag across others is one "Move Clip" step.
+    nextTurn();
+    project->beginGesture();
+    project->move(start[0].id, start[1].id);
+    nextTurn();
+    project->move(start[0].id, start[2].id);
+    project->endGesture(UndoName::moveClip);
+    EXPECT_EQ(stack().undoText(), QStringLiteral("Move Clip"));
+    stack().undo();
+    EXPECT_EQ(project->clips()[0].id, start[0].id);
+}
+
+TEST_F(ProjectTest, WithoutAStackChangesStandAndAReplacedStackStartsFresh) {
+    project->add({file("a.jpg")});
+    nextTurn();
+    ASSERT_TRUE(project->canUndo());
+
+    QUndoStack other;
+    project->setUndoStack(&other);
+    EXPECT_FALSE(project->canUndo());
+    project->add({file("b.jpg")});
+    nextTurn();
+    EXPECT_TRUE(project->canUndo());
+    other.undo();
+    EXPECT_EQ(project->clips().size(), 1u);
+
+    project->setUndoStack(nullptr);
+    EXPECT_FALSE(project->canUndo());
+    EXPECT_FALSE(project->canRedo());
+    project->add({file("c.jpg")});
+    EXPECT_EQ(project->clips().size(), 2u);
+    EXPECT_EQ(stack().count(), 1);
+}
+
+TEST_F(ProjectTest, AutosaveIsDebouncedAndRestoreBringsTheProjectBack) {
+    const QString session = store.sessionFile();
+    project->add({file("a.jpg")});
+    for (int i = 0; i < 10; ++i) {
+        project->setLayout({i % 2 ? FrameShape::wide : FrameShape::tall, FillMode::fit},
+                           UndoName::changeShape);
+        QThread::msleep(100);
+        nextTurn();
+        EXPECT_FALSE(QFileInfo::exists(session)) << "saved during the burst, change " << i;
+    }
+    ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(session); }, 2000));
+
+    // A change just before quitting is kept by the final save.
+    project->addImported({*store.keep(file("picked.heic"))});
+    project->save();
+    const Saved expected{project->clips(), project->layout(), project->nextAdded()};
+    const QDateTime written = QFileInfo(session).lastModified();
+
+    open();
+    EXPECT_EQ(project->clips(), expected.clips);
+    EXPECT_EQ(project->layout(), expected.layout);
+    EXPECT_EQ(project->nextAdded(), 2);
+    EXPECT_FALSE(project->canUndo());
+    QThread::msleep(700);
+    nextTurn();
+    EXPECT_EQ(QFileInfo(session).lastModified(), written); // restoring writes nothing
+    ASSERT_TRUE(probed(2));
+
+    QFile file(session);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    EXPECT_TRUE(text.startsWith("{\"clips\":[{")) << text.data();
+    EXPECT_TRUE(text.contains("\"url\":\"file:\\/\\/")) << text.data();
+}
+
+TEST_F(ProjectTest, RestoreFindsMovedFilesAndImportedCopiesAndCleansTheStore) {
+    const QUrl moved = file("trip/day1.jpg");
+    const QUrl gone = file("trip/gone.jpg");
+    project->add({moved, gone});
+    const QUrl copy = *store.keep(file("IMG_1.heic"));
+    project->addImported({copy});
+    const QUuid keptImport = project->clips().back().id;
+    project->save();
+
+    QDir().rename(moved.toLocalFile(), files + "/trip/renamed.jpg");
+    QFile::remove(gone.toLocalFile());
+    touch(store.importsFolder() + "/stray/old.jpg");
+    touch(store.importsFolder() + "/loose.txt");
+
+    // The data folder moved: the imported copy is looked up under the new one.
+    const QString newRoot = scratchFolder() + "/Vimbo";
+    QDir().rename(store.folder(), newRoot);
+    store = SessionStore(newRoot);
+    open();
+
+    ASSERT_EQ(project->clips().size(), 3u);
+    EXPECT_EQ(project->clips()[0].url.fileName(), QStringLiteral("renamed.jpg"));
+    EXPECT_EQ(*project->clips()[0].bookmark, *Bookmark::make(project->clips()[0].url));
+    EXPECT_EQ(project->clips()[1].url, gone);
+    EXPECT_EQ(project->clips()[2].id, keptImport);
+    EXPECT_TRUE(project->clips()[2].url.toLocalFile().startsWith(newRoot + "/Imports/"));
+    EXPECT_TRUE(QFileInfo::exists(project->clips()[2].url.toLocalFile()));
+    EXPECT_EQ(QDir(store.importsFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+              QStringList{QFileInfo(QFileInfo(copy.toLocalFile()).path()).fileName()});
+    ASSERT_TRUE(probed(3));
+    EXPECT_EQ(project->info()[project->clips()[1].id].kind, MediaKind::missing);
+}
+
+TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) {
+    project->add({file("a.jpg")});
+    project->setLayout({FrameShape::square, FillMode::fill}, UndoName::changeShape);
+    project->save();
+    QFile saved(store.sessionFile());
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    const QByteArray good = saved.readAll();
+    saved.close();
+
+    std::vector<QByteArray> damaged;
+    for (int cut = 0; cut < good.size(); cut += 7)
+        damaged.push_back(good.left(cut));
+    for (const char* bad :
+         {"null", "[]", "{}", "not json", "{\"clips\":[],\"layout\":{\"shape\":\"auto\"}}",
+          "{\"clips\":[],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"}}",
+          "{\"clips\":{},\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":0}",
+          "{\"clips\":[],\"layout\":{\"shape\":\"Auto\",\"fill\":\"fit\"},\"nextAdded\":0}",
+          "{\"clips\":[],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":\"0\"}",
+          "{\"clips\":[1],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":0}"})
+        damaged.emplace_back(bad);
+    QByteArray wrongType = good;
+    damaged.push_back(wrongType.replace("\"muted\":false", "\"muted\":0"));
+
+    for (const QByteArray& bytes : damaged) {
+        touch(store.sessionFile(), bytes);
+        touch(store.importsFolder() + "/ABC/x.jpg");
+        open();
+        EXPECT_TRUE(project->clips().empty()) << bytes.data();
+        EXPECT_EQ(project->layout(), Layout{});
+        EXPECT_EQ(project->nextAdded(), 0);
+        EXPECT_TRUE(QDir(store.importsFolder()).isEmpty());
+    }
+
+    // The bad file stays until the first change is saved over it.
+    open();
+    project->add({file("b.jpg")});
+    project->save();
+    open();
+    EXPECT_EQ(project->clips().size(), 1u);
+}
+
+TEST_F(ProjectTest, ImportingCopiesEachPickInOrderAndSkipsFailures) {
+    const QUrl first = file("one/IMG_0001.JPG");
+    const QUrl second = file("two/IMG_0001.JPG");
+    const QUrl video = file("clip.mov");
+    project->importFromPhotos({first, QUrl::fromLocalFile(root + "/vanished.jpg"), second, video});
+    ASSERT_TRUE(waitUntil([&] { return project->clips().size() == 3; }));
+    EXPECT_EQ(names(), (Names{"IMG_0001.JPG", "IMG_0001.JPG", "clip.mov"}));
+    EXPECT_EQ(stack().count(), 1);
+    QSet<QString> folders;
+    for (const Clip& c : project->clips()) {
+        EXPECT_TRUE(c.imported);
+        EXPECT_TRUE(c.url.toLocalFile().startsWith(store.importsFolder()));
+        const QString folder = QFileInfo(QFileInfo(c.url.toLocalFile()).path()).fileName();
+        EXPECT_EQ(folder, folder.toUpper());
+        EXPECT_FALSE(QUuid::fromString(folder).isNull());
+        folders.insert(folder);
+    }
+    EXPECT_EQ(folders.size(), 3);
+
+    project->importFromPhotos({QUrl::fromLocalFile(root + "/nothing.jpg")});
+    QThread::msleep(200);
+    nextTurn();
+    EXPECT_EQ(project->clips().size(), 3u);
+    EXPECT_EQ(stack().count(), 1);
+}
+
+} // namespace
+} // namespace vimbo::test
