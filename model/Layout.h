@@ -10,9 +10,9 @@ namespace vimbo {
 // The shape of the output frame. `auto_` takes the shape of the first usable clip (the trailing
 // underscore only avoids the C++ keyword; its text is "auto").
 enum class FrameShape { auto_, wide, tall, square, portrait };
-inline constexpr std::array<FrameShape, 5> allFrameShapes{
-    FrameShape::auto_, FrameShape::wide, FrameShape::tall, FrameShape::square,
-    FrameShape::portrait};
+inline constexpr std::array<FrameShape, 5> allFrameShapes{FrameShape::auto_, FrameShape::wide,
+                                                          FrameShape::tall, FrameShape::square,
+                                                          FrameShape::portrait};
 
 // Width : height of a fixed shape; absent for auto, whose ratio comes from the clips.
 struct Ratio {

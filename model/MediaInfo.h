@@ -16,7 +16,7 @@ enum class MediaKind { video, photo, unsupported, missing };
 // probe fills in what it learns.
 struct MediaInfo {
     MediaKind kind = MediaKind::missing;
-    Size size;          // upright display size in pixels
+    Size size;           // upright display size in pixels
     double duration = 0; // seconds; of the first video track for a video
     std::optional<QDateTime> dateTaken;
     float frameRate = 0; // nominal frames per second

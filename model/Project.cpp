@@ -262,9 +262,8 @@ void Project::edit(const char* name, std::optional<QSet<QUuid>> ids, const EditC
 }
 
 void Project::rotateSelection(int by) {
-    edit(UndoName::rotate, std::nullopt, [by](ClipEdits& e, const MediaInfo&) {
-        e.quarterTurns = (e.quarterTurns + by + 4) % 4;
-    });
+    edit(UndoName::rotate, std::nullopt,
+         [by](ClipEdits& e, const MediaInfo&) { e.quarterTurns = (e.quarterTurns + by + 4) % 4; });
 }
 
 void Project::sort(SortOrder order) {

@@ -79,23 +79,23 @@ void Project::restore() {
 void Project::read(const std::vector<Clip>& clips) {
     for (const Clip& clip : clips) {
         // The worker holds a weak pointer made here, and only ever reads it back on this thread.
-        QThreadPool::globalInstance()->start([self = QPointer<Project>(this), media = media_,
-                                              id = clip.id, url = clip.url] {
-            const MediaInfo info = media.probe(url);
-            QMetaObject::invokeMethod(QCoreApplication::instance(), [self, id, info] {
-                if (self)
-                    self->storeInfo(id, info);
+        QThreadPool::globalInstance()->start(
+            [self = QPointer<Project>(this), media = media_, id = clip.id, url = clip.url] {
+                const MediaInfo info = media.probe(url);
+                QMetaObject::invokeMethod(QCoreApplication::instance(), [self, id, info] {
+                    if (self)
+                        self->storeInfo(id, info);
+                });
+                auto image = media.thumbnail ? media.thumbnail(url, info.kind, thumbnailPixels)
+                                             : std::nullopt;
+                if (!image)
+                    return;
+                QMetaObject::invokeMethod(QCoreApplication::instance(),
+                                          [self, id, image = std::move(*image)] {
+                                              if (self)
+                                                  self->storeThumbnail(id, image);
+                                          });
             });
-            auto image = media.thumbnail ? media.thumbnail(url, info.kind, thumbnailPixels)
-                                         : std::nullopt;
-            if (!image)
-                return;
-            QMetaObject::invokeMethod(QCoreApplication::instance(),
-                                      [self, id, image = std::move(*image)] {
-                                          if (self)
-                                              self->storeThumbnail(id, image);
-                                      });
-        });
     }
 }
 

@@ -87,8 +87,8 @@ QUrl urlFrom(const QString& text) {
 }
 
 QByteArray dataFrom(const QString& text) {
-    auto decoded = QByteArray::fromBase64Encoding(text.toLatin1(),
-                                                  QByteArray::AbortOnBase64DecodingErrors);
+    auto decoded =
+        QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
     if (!decoded)
         throw json::Invalid{};
     return *decoded;

@@ -138,8 +138,8 @@ void SessionStore::cleanImports(const std::vector<Clip>& clips) const {
 }
 
 std::optional<QUrl> SessionStore::keep(const QUrl& received) const {
-    const QString folder =
-        importsFolder() + QLatin1Char('/') + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    const QString folder = importsFolder() + QLatin1Char('/') +
+                           QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
     if (!QDir().mkpath(folder))
         return std::nullopt;
     const QString source = received.toLocalFile();

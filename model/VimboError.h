@@ -19,7 +19,7 @@ public:
     static VimboError nothingToMerge();
 
     Kind kind() const { return kind_; }
-    const QUrl& url() const { return url_; }         // unreadable only
+    const QUrl& url() const { return url_; }            // unreadable only
     const QString& message() const { return message_; } // exportFailed only
 
     // The sentence shown to the user, translated where a translation exists.
