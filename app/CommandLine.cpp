@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "app/Commands.h"
+#include "media/ff/Log.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -11,7 +12,8 @@
 namespace vimbo::app {
 namespace {
 
-const char* const usageLine = "usage: vimbo [probe FILE… | project] [--help] [--version]";
+const char* const usageLine =
+    "usage: vimbo [probe FILE… | thumbnail FILE -o OUT.png | project] [--help] [--version]";
 
 const char* const helpText = R"(Vimbo joins photos and videos into one movie.
 
@@ -20,6 +22,9 @@ usage: vimbo COMMAND [ARGS…]
 commands:
   probe FILE…   print one line of JSON per file: its path, whether Vimbo takes it in as a
                 clip, and the facts probed from it
+  thumbnail FILE -o OUT.png [--max-pixels N] [--turns Q]
+                write the clip's thumbnail as the filmstrip shows it (320 pixels unless
+                --max-pixels says otherwise, turned Q quarter turns clockwise)
   project       list the saved project as the window restores it: each clip's file,
                 kind, played length and edits, and the total length
 
@@ -39,6 +44,7 @@ int run(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Vimbo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VIMBO_VERSION));
+    ff::quietLibraryLog();
 
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();
@@ -58,6 +64,8 @@ int run(int argc, char** argv) {
         return probeCommand(args);
     if (command == QLatin1String("project"))
         return projectCommand(args);
+    if (command == QLatin1String("thumbnail"))
+        return thumbnailCommand(args);
     return usage();
 }
 

@@ -7,5 +7,6 @@ namespace vimbo::app {
 // Each headless command takes the arguments after its own word and returns the exit status.
 int probeCommand(const QStringList& args);
 int projectCommand(const QStringList& args);
+int thumbnailCommand(const QStringList& args);
 
 } // namespace vimbo::app

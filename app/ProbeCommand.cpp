@@ -13,7 +13,7 @@
 namespace vimbo::app {
 
 int probeCommand(const QStringList& args) {
-    if (args.isEmpty() || args.startsWith(QStringLiteral("-"))) {
+    if (args.isEmpty() || args.first().startsWith(QLatin1Char('-'))) {
         std::fprintf(stderr, "usage: vimbo probe FILE…\n");
         return exitUsage;
     }
