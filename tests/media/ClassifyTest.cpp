@@ -1,0 +1,84 @@
+#include "media/MediaProbe.h"
+#include "tests/support/Media.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace vimbo {
+namespace {
+
+QUrl url(const QString& name) {
+    return QUrl::fromLocalFile(QStringLiteral("/nowhere/") + name);
+}
+
+TEST(MediaProbe, IsMediaByExtension) {
+    // What phones and cameras write must be taken in, whatever the case of the extension.
+    for (const char* name :
+         {"a.heic", "a.HEIC", "a.heif", "a.hif",    "a.avif", "a.webp", "a.jpg",
+          "a.JPEG", "a.png",  "a.tif",  "a.tiff",   "a.dng",  "a.mov",  "a.MOV",
+          "a.mp4",  "a.m4v",  "a.mkv",  "clip.MKV", "a.3gp",  "a.ts",   "a.webm"})
+        EXPECT_TRUE(MediaProbe::isMedia(url(QLatin1String(name)))) << name;
+    for (const char* name :
+         {"notes.txt", "a.m4a", "a.mp3", "a.pdf", "a.tsv", "noextension", "a.xyz", "trailingdot."})
+        EXPECT_FALSE(MediaProbe::isMedia(url(QLatin1String(name)))) << name;
+}
+
+TEST(MediaProbe, KindFollowsReadabilityThenTypeThenRefusal) {
+    const QString movie = test::generated(
+        QStringLiteral("classify.mp4"),
+        {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=10:duration=0.5", "-c:v", "libx264"});
+    const QString jpeg =
+        test::generated(QStringLiteral("classify.jpg"),
+                        {"-f", "lavfi", "-i", "testsrc=size=160x120", "-frames:v", "1"});
+    const QString folder = test::scratchFolder();
+    struct Case {
+        const char* name;
+        QString content; // copied into a file of that name; empty: the file does not exist
+        MediaKind kind;
+    };
+    const Case cases[] = {
+        {"clip.MKV", movie, MediaKind::unsupported},  // refused without being opened
+        {"movie.txt", movie, MediaKind::video},       // a type that is no media still gets tried
+        {"noextension", movie, MediaKind::video},     // so does a name without a type
+        {"photo.jpg", movie, MediaKind::unsupported}, // a failed photo is not retried as movie
+        {"still.mov", jpeg, MediaKind::unsupported},  // a movie type holding a JPEG
+        {"misnamed.PNG", jpeg, MediaKind::photo},     // image readers go by content
+        {"gone.mkv", {}, MediaKind::missing},         // unreadable before anything else
+        {"gone.jpg", {}, MediaKind::missing},
+    };
+    for (const Case& c : cases) {
+        const QString path = folder + QLatin1Char('/') + QLatin1String(c.name);
+        if (!c.content.isEmpty()) {
+            ASSERT_TRUE(QFile::copy(c.content, path));
+        }
+        const MediaInfo info = MediaProbe::probe(QUrl::fromLocalFile(path));
+        EXPECT_EQ(info.kind, c.kind) << c.name;
+        if (!info.isUsable()) {
+            EXPECT_EQ(info, MediaInfo(c.kind)) << c.name << ": facts must be empty";
+        }
+    }
+}
+
+TEST(MediaProbe, FourCCIsMacRomanTextTrimmedOrTheNumber) {
+    const std::pair<std::uint32_t, QString> cases[] = {
+        {0x61766331, QStringLiteral("avc1")},
+        {0x61616320, QStringLiteral("aac")},   // 'aac '
+        {0x20616320, QStringLiteral("ac")},    // blanks go at both ends
+        {0xCA616163, QStringLiteral("aac")},   // Mac OS Roman 0xCA is a no-break space
+        {0x61610963, QStringLiteral("aa\tc")}, // a tab inside stays
+        {0x61616309, QStringLiteral("aac")},   // a tab at the end is blank
+        {0xA9646179, QStringLiteral("©day")},  // 0xA9 is © in Mac OS Roman, not Latin-1
+        {0x8E636F64, QStringLiteral("écod")},
+        {0x2E6D7033, QStringLiteral(".mp3")},
+        {0x20202020, QString()},
+        {0x6176630A, QStringLiteral("1635148554")}, // a line break makes it a number
+        {0, QStringLiteral("0")},
+        {0x7F000001, QStringLiteral("2130706433")},
+    };
+    for (const auto& [code, text] : cases)
+        EXPECT_EQ(MediaProbe::fourCC(code), text) << std::hex << code;
+}
+
+} // namespace
+} // namespace vimbo
