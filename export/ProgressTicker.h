@@ -1,0 +1,36 @@
+#pragma once
+
+// Reports a job's progress on a thread of its own: at once, then every 0.2 s on the monotonic
+// clock, until stopped. The job only stores its fraction; the ticker samples it, so a report
+// never waits for the job and the job never waits for a report.
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace vimbo {
+
+class ProgressTicker {
+public:
+    static constexpr std::chrono::milliseconds period{200};
+
+    ProgressTicker(const std::atomic<double>& fraction, std::function<void(double)> report);
+    ProgressTicker(const ProgressTicker&) = delete;
+    ProgressTicker& operator=(const ProgressTicker&) = delete;
+    // Stops and waits for the thread; no report follows.
+    ~ProgressTicker();
+
+private:
+    void run();
+
+    const std::atomic<double>& fraction_;
+    std::function<void(double)> report_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool stopped_ = false;
+    std::thread thread_;
+};
+
+} // namespace vimbo

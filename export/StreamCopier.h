@@ -1,0 +1,42 @@
+#pragma once
+
+// Joins clips by copying their packets into one movie, as a CopyPlan says: no decoding, each
+// packet's data written unchanged with shifted timestamps, AAC silence where a clip has no
+// sound. The output's video carries the clips' common display matrix, so joined portrait phone
+// clips still play upright. Runs on the calling thread; reports progress as a fraction of the
+// movie's length written.
+
+#include "export/CopyPlan.h"
+#include "export/ExportChoices.h"
+#include "export/SourceScan.h"
+#include "media/ff/Cancel.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace vimbo {
+
+struct CopyJob {
+    std::vector<QString> paths; // one per clip, in order
+    CopyPlan plan;
+    StreamFormat video;                // the output's video stream copies this
+    StreamFormat audio;                // and its sound this (parameters null: no sound)
+    std::optional<QByteArray> silence; // an AAC frame of silence, where the plan needs one
+    std::int64_t samples = 0;          // packets the movie will hold, to size its index
+};
+
+// Reads the clips' packet tables and plans the copy. Absent (with the reason in `refusal`)
+// when the clips cannot be joined exactly by copying.
+std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
+                                   const std::vector<QString>& paths, const CancelFlag& cancel,
+                                   PlanResult* result = nullptr);
+
+// Writes the movie. Throws Cancelled or the failure's VimboError.
+void copyStreams(const CopyJob& job, const QString& destination, ExportFormat format,
+                 const CancelFlag& cancel, const std::function<void(double)>& progressed);
+
+} // namespace vimbo
