@@ -1,0 +1,310 @@
+#include "timeline/Compositor.h"
+
+#include "tests/support/Media.h"
+#include "tests/timeline/Fixtures.h"
+
+#include <QFile>
+
+#include <array>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace vimbo {
+namespace {
+
+using test::colourAt;
+
+// A w × h picture in four quadrants (red, green / blue, white), converted to `format` with the
+// given matrix and range by swscale, as a decoder would deliver it.
+ff::FramePtr quadrants(int w, int h, AVPixelFormat format = AV_PIX_FMT_YUV420P,
+                       AVColorSpace matrix = AVCOL_SPC_BT709,
+                       AVColorRange range = AVCOL_RANGE_MPEG) {
+    std::vector<std::uint8_t> rgb(static_cast<std::size_t>(w) * h * 3);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool left = x < w / 2, top = y < h / 2;
+            const std::array<std::uint8_t, 3> c =
+                top ? (left ? std::array<std::uint8_t, 3>{255, 0, 0}
+                            : std::array<std::uint8_t, 3>{0, 255, 0})
+                    : (left ? std::array<std::uint8_t, 3>{0, 0, 255}
+                            : std::array<std::uint8_t, 3>{255, 255, 255});
+            std::copy(c.begin(), c.end(),
+                      rgb.begin() + (static_cast<std::ptrdiff_t>(y) * w + x) * 3);
+        }
+    ff::FramePtr f = ff::makeFrame();
+    f->format = format;
+    f->width = w;
+    f->height = h;
+    f->colorspace = matrix;
+    f->color_range = range;
+    EXPECT_GE(av_frame_get_buffer(f.get(), 0), 0);
+    const AVPixelFormat plain = format == AV_PIX_FMT_YUVJ420P ? AV_PIX_FMT_YUV420P : format;
+    ff::SwsPtr sws(
+        sws_getContext(w, h, AV_PIX_FMT_RGB24, w, h, plain, SWS_POINT, nullptr, nullptr, nullptr));
+    const int cs = matrix == AVCOL_SPC_BT709        ? SWS_CS_ITU709
+                   : matrix == AVCOL_SPC_BT2020_NCL ? SWS_CS_BT2020
+                                                    : SWS_CS_ITU601;
+    sws_setColorspaceDetails(sws.get(), sws_getCoefficients(SWS_CS_DEFAULT), 1,
+                             sws_getCoefficients(cs), range == AVCOL_RANGE_JPEG, 0, 1 << 16,
+                             1 << 16);
+    const std::uint8_t* src[1] = {rgb.data()};
+    const int stride[1] = {w * 3};
+    sws_scale(sws.get(), src, stride, 0, h, f->data, f->linesize);
+    return f;
+}
+
+CompositorInstruction videoInstruction(ImageOrientation o, std::int64_t turns, FillMode fill) {
+    return {{MediaTime::zero(), {1, 1}}, 1, CompositorInstruction::Video{o}, turns, fill};
+}
+
+struct Point {
+    int x, y;
+    char colour;
+};
+
+std::string describe(const AVFrame& f, const std::vector<Point>& points) {
+    std::string s;
+    for (const Point& p : points)
+        s += colourAt(f, p.x, p.y);
+    return s;
+}
+
+std::string expected(const std::vector<Point>& points) {
+    std::string s;
+    for (const Point& p : points)
+        s += p.colour;
+    return s;
+}
+
+TEST(Compositor, UprightTurnedAndPlaced) {
+    using O = ImageOrientation;
+    struct Case {
+        const char* what;
+        Size source;
+        Size render;
+        O orientation;
+        std::int64_t turns;
+        FillMode fill;
+        std::vector<Point> points;
+    };
+    const std::vector<Point> corners{
+        {40, 40, '?'}, {120, 40, '?'}, {40, 120, '?'}, {120, 120, '?'}};
+    auto square = [&](const char* what, O o, std::int64_t turns, const char* colours) {
+        std::vector<Point> p = corners;
+        for (std::size_t i = 0; i < 4; ++i)
+            p[i].colour = colours[i];
+        return Case{what, {160, 160}, {160, 160}, o, turns, FillMode::fit, p};
+    };
+    const std::vector<Case> cases{
+        square("1 up", O::up, 0, "RGBW"),
+        square("2 mirrored", O::upMirrored, 0, "GRWB"),
+        square("3 down", O::down, 0, "WBGR"),
+        square("4 down mirrored", O::downMirrored, 0, "BWRG"),
+        square("5 left mirrored", O::leftMirrored, 0, "RBGW"),
+        square("6 right", O::right, 0, "BRWG"),
+        square("7 right mirrored", O::rightMirrored, 0, "WGBR"),
+        square("8 left", O::left, 0, "GWRB"),
+        square("one turn", O::up, 1, "BRWG"),
+        square("two turns", O::up, 2, "WBGR"),
+        square("three turns", O::up, 3, "GWRB"),
+        square("right and a turn", O::right, 1, "WBGR"),
+        square("right and three turns", O::right, 3, "RGBW"),
+        square("mirrored and a turn", O::upMirrored, 1, "WGBR"),
+        {"2:1 in a square, fit: bars above and below",
+         {320, 160},
+         {200, 200},
+         O::up,
+         0,
+         FillMode::fit,
+         {{50, 75, 'R'},
+          {150, 75, 'G'},
+          {50, 125, 'B'},
+          {150, 125, 'W'},
+          {100, 25, 'K'},
+          {100, 175, 'K'}}},
+        {"2:1 in a square, fill: the sides cut",
+         {320, 160},
+         {200, 200},
+         O::up,
+         0,
+         FillMode::fill,
+         {{50, 50, 'R'},
+          {150, 50, 'G'},
+          {50, 150, 'B'},
+          {150, 150, 'W'},
+          {2, 2, 'R'},
+          {197, 197, 'W'}}},
+        {"2:1 turned in a square, fit: bars left and right",
+         {320, 160},
+         {200, 200},
+         O::up,
+         1,
+         FillMode::fit,
+         {{75, 50, 'B'},
+          {125, 50, 'R'},
+          {75, 150, 'W'},
+          {125, 150, 'G'},
+          {25, 100, 'K'},
+          {175, 100, 'K'}}},
+        {"phone video upright in a wide frame, fit",
+         {320, 160},
+         {320, 180},
+         O::right,
+         0,
+         FillMode::fit,
+         {{137, 45, 'B'},
+          {182, 45, 'R'},
+          {137, 135, 'W'},
+          {182, 135, 'G'},
+          {50, 90, 'K'},
+          {270, 90, 'K'}}},
+        {"wide video in a tall frame, fill",
+         {320, 160},
+         {180, 320},
+         O::up,
+         0,
+         FillMode::fill,
+         {{45, 80, 'R'},
+          {135, 80, 'G'},
+          {45, 240, 'B'},
+          {135, 240, 'W'},
+          {0, 0, 'R'},
+          {179, 319, 'W'}}},
+        {"turned left in a tall frame, fill: top and bottom cut",
+         {320, 160},
+         {180, 320},
+         O::left,
+         0,
+         FillMode::fill,
+         {{45, 80, 'G'},
+          {135, 80, 'W'},
+          {45, 240, 'R'},
+          {135, 240, 'B'},
+          {0, 0, 'G'},
+          {179, 319, 'B'}}},
+    };
+    for (const Case& c : cases) {
+        Compositor compositor;
+        const ff::FramePtr source = quadrants(int(c.source.width), int(c.source.height));
+        const ff::FramePtr out = compositor.render(videoInstruction(c.orientation, c.turns, c.fill),
+                                                   source.get(), c.render, compositor.generation());
+        ASSERT_TRUE(out) << c.what;
+        EXPECT_EQ(out->width, int(c.render.width)) << c.what;
+        EXPECT_EQ(out->height, int(c.render.height)) << c.what;
+        EXPECT_EQ(out->format, AV_PIX_FMT_YUV420P) << c.what;
+        EXPECT_EQ(out->colorspace, AVCOL_SPC_BT709) << c.what;
+        EXPECT_EQ(out->color_primaries, AVCOL_PRI_BT709) << c.what;
+        EXPECT_EQ(out->color_trc, AVCOL_TRC_BT709) << c.what;
+        EXPECT_EQ(describe(*out, c.points), expected(c.points)) << c.what;
+    }
+}
+
+std::array<double, 3> rgbAt(const AVFrame& f, int x, int y) {
+    const double luma = (f.data[0][y * f.linesize[0] + x] - 16) / 219.0;
+    const double cb = (f.data[1][(y / 2) * f.linesize[1] + x / 2] - 128) / 224.0;
+    const double cr = (f.data[2][(y / 2) * f.linesize[2] + x / 2] - 128) / 224.0;
+    return {luma + 1.5748 * cr, luma - 0.1873 * cb - 0.4681 * cr, luma + 1.8556 * cb};
+}
+
+TEST(Compositor, ConvertsEveryMatrixAndRangeToBt709) {
+    struct Case {
+        const char* what;
+        AVPixelFormat format;
+        AVColorSpace matrix;
+        AVColorRange range;
+    };
+    const Case cases[] = {
+        {"BT.709 passes through", AV_PIX_FMT_YUV420P, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG},
+        {"BT.601", AV_PIX_FMT_YUV420P, AVCOL_SPC_BT470BG, AVCOL_RANGE_MPEG},
+        {"full-range JPEG-style", AV_PIX_FMT_YUVJ420P, AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG},
+        {"10-bit BT.2020", AV_PIX_FMT_YUV420P10LE, AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG},
+        {"4:2:2", AV_PIX_FMT_YUV422P, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG},
+        {"4:4:4", AV_PIX_FMT_YUV444P, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG},
+        {"NV12", AV_PIX_FMT_NV12, AVCOL_SPC_BT709, AVCOL_RANGE_MPEG},
+    };
+    const std::array<std::array<double, 3>, 4> colours{
+        {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}}};
+    const Point points[] = {{40, 40, 'R'}, {120, 40, 'G'}, {40, 120, 'B'}, {120, 120, 'W'}};
+    for (const Case& c : cases) {
+        Compositor compositor;
+        const ff::FramePtr source = quadrants(160, 160, c.format, c.matrix, c.range);
+        const ff::FramePtr out = compositor.render(
+            videoInstruction(ImageOrientation::up, 0, FillMode::fit), source.get(), {160, 160}, 0);
+        ASSERT_TRUE(out);
+        for (std::size_t i = 0; i < 4; ++i) {
+            const auto rgb = rgbAt(*out, points[i].x, points[i].y);
+            for (std::size_t k = 0; k < 3; ++k)
+                EXPECT_NEAR(rgb[k], colours[i][k], 0.05)
+                    << c.what << ", quadrant " << points[i].colour << ", channel " << k;
+        }
+    }
+}
+
+TEST(Compositor, BlackWithoutASourceFrame) {
+    Compositor compositor;
+    const ff::FramePtr out = compositor.render(
+        videoInstruction(ImageOrientation::up, 0, FillMode::fit), nullptr, {64, 36}, 0);
+    ASSERT_TRUE(out);
+    EXPECT_EQ(describe(*out, {{0, 0, 'K'}, {32, 18, 'K'}, {63, 35, 'K'}}), "KKK");
+}
+
+TEST(Compositor, PhotoDecodedOncePerInstructionAndSize) {
+    const QString plain = test::generated(
+        "quadrants-400x200.jpg", {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf",
+                                  "geq=r='if(lt(Y,H/2),if(lt(X,W/2),255,0),if(lt(X,W/2),0,255))'"
+                                  ":g='if(lt(Y,H/2),if(lt(X,W/2),0,255),if(lt(X,W/2),0,255))'"
+                                  ":b='if(lt(Y,H/2),0,255)'",
+                                  "-frames:v", "1", "-q:v", "2"});
+    const QString photo = test::scratchFolder() + "/turned.jpg";
+    ASSERT_TRUE(QFile::copy(plain, photo));
+    ASSERT_TRUE(
+        test::run("exiftool", {"-q", "-overwrite_original", "-Orientation=6", "-n", photo}));
+
+    Compositor compositor;
+    const CompositorInstruction shown(
+        {MediaTime::zero(), {3, 1}}, std::nullopt,
+        CompositorInstruction::Photo{QUrl::fromLocalFile(photo), {200, 400}}, 0, FillMode::fit);
+    const ff::FramePtr first = compositor.render(shown, nullptr, {100, 200}, 0);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(describe(*first, {{25, 50, 'B'}, {75, 50, 'R'}, {25, 150, 'W'}, {75, 150, 'G'}}),
+              "BRWG")
+        << "the EXIF orientation stands the photo upright";
+    const ff::FramePtr second = compositor.render(shown, nullptr, {100, 200}, 0);
+    EXPECT_EQ(second->data[0], first->data[0]) << "the same frame again";
+    EXPECT_EQ(compositor.photoDecodes(), 1);
+
+    compositor.render(shown, nullptr, {200, 400}, 0);
+    EXPECT_EQ(compositor.photoDecodes(), 2) << "another render size";
+    const CompositorInstruction copy = shown.with({4, 1});
+    const ff::FramePtr turned = compositor.render(copy, nullptr, {200, 400}, 0);
+    EXPECT_EQ(compositor.photoDecodes(), 3) << "another instruction";
+    compositor.renderContextChanged();
+    compositor.render(copy, nullptr, {200, 400}, 0);
+    EXPECT_EQ(compositor.photoDecodes(), 4) << "the cache was dropped";
+
+    const CompositorInstruction quarter(
+        {MediaTime::zero(), {3, 1}}, std::nullopt,
+        CompositorInstruction::Photo{QUrl::fromLocalFile(photo), {200, 400}}, 1, FillMode::fit);
+    const ff::FramePtr across = compositor.render(quarter, nullptr, {400, 200}, 0);
+    EXPECT_EQ(describe(*across, {{100, 50, 'W'}, {300, 50, 'B'}, {100, 150, 'G'}, {300, 150, 'R'}}),
+              "WBGR");
+
+    const CompositorInstruction missing(
+        {MediaTime::zero(), {3, 1}}, std::nullopt,
+        CompositorInstruction::Photo{QUrl::fromLocalFile("/gone.jpg"), {200, 400}}, 0,
+        FillMode::fit);
+    EXPECT_EQ(describe(*compositor.render(missing, nullptr, {100, 200}, 0), {{50, 100, 'K'}}), "K");
+}
+
+TEST(Compositor, CancelAllDropsRequestsMadeBefore) {
+    Compositor compositor;
+    const ff::FramePtr source = quadrants(64, 64);
+    const std::int64_t before = compositor.generation();
+    compositor.cancelAll();
+    const auto instruction = videoInstruction(ImageOrientation::up, 0, FillMode::fit);
+    EXPECT_FALSE(compositor.render(instruction, source.get(), {64, 64}, before));
+    EXPECT_TRUE(compositor.render(instruction, source.get(), {64, 64}, compositor.generation()));
+}
+
+} // namespace
+} // namespace vimbo

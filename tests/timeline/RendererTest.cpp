@@ -1,0 +1,207 @@
+#include "tests/timeline/Fixtures.h"
+#include "timeline/AudioRenderer.h"
+#include "timeline/Carrier.h"
+#include "timeline/VideoRenderer.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace vimbo {
+namespace {
+
+using test::frameNumber;
+using test::numberedVideo;
+using test::videoSegment;
+
+const Layout fit{FrameShape::auto_, FillMode::fit};
+
+std::shared_ptr<const Timeline> build(const std::vector<Segment>& segments) {
+    return std::make_shared<const Timeline>(Timeline::build(segments, fit, std::nullopt, false));
+}
+
+Segment numbered(double speed = 1) {
+    Segment s = videoSegment(numberedVideo(true), 2, {320, 240});
+    s.edits.speed = speed;
+    return s;
+}
+
+TEST(VideoRenderer, ShowsTheSourceFrameOfEveryTimeAtEverySpeed) {
+    for (double speed : {0.25, 0.5, 1.0, 1.5, 2.0, 4.0}) {
+        VideoRenderer renderer(build({numbered(speed)}));
+        ASSERT_EQ(renderer.frameCount(), std::llround(60 / speed)) << speed;
+        for (std::int64_t n = 0; n < renderer.frameCount(); ++n) {
+            const ff::FramePtr frame = renderer.render(n);
+            ASSERT_TRUE(frame);
+            EXPECT_EQ(frame->pts, n);
+            // Output time n/30 shows source time n/30 × speed: frame ⌊n × speed⌋.
+            ASSERT_EQ(frameNumber(*frame), static_cast<int>(std::floor(n * speed)))
+                << "speed " << speed << ", output frame " << n;
+        }
+    }
+}
+
+TEST(VideoRenderer, RandomAccessAndTrimmedStarts) {
+    Segment trimmed = numbered();
+    trimmed.edits.trimStart = 0.5; // source frame 15 onwards
+    VideoRenderer renderer(build({numbered(), trimmed}));
+    ASSERT_EQ(renderer.frameCount(), 60 + 45);
+    for (std::int64_t n : {50, 10, 59, 60, 104, 3, 75, 74, 30}) {
+        const ff::FramePtr frame = renderer.render(n);
+        ASSERT_TRUE(frame);
+        const int expected = n < 60 ? static_cast<int>(n) : static_cast<int>(n - 60 + 15);
+        EXPECT_EQ(frameNumber(*frame), expected) << "output frame " << n;
+    }
+    EXPECT_EQ(renderer.frameAt(MediaTime::fromSeconds(2.5)), 75);
+    EXPECT_EQ(renderer.timeOf(75), (MediaTime{75, 30}));
+}
+
+TEST(VideoRenderer, BlackWhereTheSourceHasNoFrame) {
+    // Source time runs from half a second before the first frame to half a second past the
+    // last one.
+    Composition composition;
+    const SourceTrack file{QUrl::fromLocalFile(numberedVideo(false)), 0, false};
+    composition.track(MediaType::video)
+        ->insert(file, {MediaTime::fromSeconds(-0.5), {3, 1}}, MediaTime::zero());
+    composition.removeTrack(MediaType::audio);
+    const CompositorInstruction instruction({MediaTime::zero(), {3, 1}}, 1,
+                                            CompositorInstruction::Video{}, 0, FillMode::fit);
+    VideoComposition video{{instruction}, {320, 240}, {1, 30}};
+    VideoRenderer renderer(std::make_shared<const Timeline>(
+        composition, video, Size{320, 240}, MediaTime{3, 1}, std::vector<double>{0}));
+    for (std::int64_t n : {0, 14, 15, 44, 74, 75, 89}) {
+        const ff::FramePtr frame = renderer.render(n);
+        ASSERT_TRUE(frame);
+        if (n < 15 || n >= 75)
+            EXPECT_EQ(test::colourAt(*frame, 160, 120), 'K') << "output frame " << n;
+        else
+            EXPECT_EQ(frameNumber(*frame), n - 15) << "output frame " << n;
+    }
+}
+
+TEST(VideoRenderer, PhoneVideoStandsUprightAndPhotosShow) {
+    Segment phone = videoSegment(test::quadrantVideo(true), 1, {160, 320}, 30, false);
+    VideoRenderer renderer(build({phone, test::photoSegment("/gone.jpg", {160, 320}, 1)}));
+    EXPECT_EQ(renderer.size(), (Size{160, 320})) << "the upright phone frame";
+    const ff::FramePtr frame = renderer.render(10);
+    ASSERT_TRUE(frame);
+    // The source's top-left quadrant (red) is now at the top right.
+    std::string seen;
+    for (auto [x, y] : {std::pair{40, 80}, {120, 80}, {40, 240}, {120, 240}})
+        seen += test::colourAt(*frame, x, y);
+    EXPECT_EQ(seen, "BRWG");
+    const ff::FramePtr photo = renderer.render(45);
+    ASSERT_TRUE(photo);
+    EXPECT_EQ(test::colourAt(*photo, 80, 160), 'K') << "an unreadable photo shows black";
+}
+
+TEST(VideoRenderer, CancelStopsWork) {
+    auto cancel = std::make_shared<CancelFlag>();
+    VideoRenderer renderer(build({numbered()}), cancel);
+    EXPECT_TRUE(renderer.render(0));
+    renderer.cancelAll();
+    EXPECT_TRUE(renderer.render(1)) << "cancel-all only drops work begun before it";
+    cancel->cancel();
+    EXPECT_THROW(renderer.render(2), Cancelled);
+}
+
+// All of the timeline's audio, left channel.
+std::vector<float> renderAll(AudioRenderer& renderer) {
+    std::vector<float> left;
+    while (const ff::FramePtr frame = renderer.read(1024)) {
+        EXPECT_EQ(frame->pts, static_cast<std::int64_t>(left.size()));
+        EXPECT_EQ(frame->sample_rate, 48000);
+        EXPECT_EQ(frame->ch_layout.nb_channels, 2);
+        const auto* l = reinterpret_cast<const float*>(frame->extended_data[0]);
+        left.insert(left.end(), l, l + frame->nb_samples);
+    }
+    return left;
+}
+
+TEST(AudioRenderer, KeepsPitchAtEverySpeed) {
+    for (double speed : {0.25, 0.5, 1.0, 1.5, 2.0, 4.0}) {
+        const auto timeline = build({numbered(speed)});
+        AudioRenderer renderer(timeline);
+        ASSERT_TRUE(renderer.hasAudio());
+        const std::vector<float> left = renderAll(renderer);
+        ASSERT_EQ(static_cast<std::int64_t>(left.size()),
+                  AudioRenderer::sampleAt(timeline->duration()));
+        EXPECT_NEAR(static_cast<double>(left.size()) / 48000, 2 / speed, 1.0 / 30) << speed;
+        // The middle of the clip, away from its fades and the encoder's edges.
+        const std::size_t from = left.size() / 4, count = left.size() / 2;
+        EXPECT_NEAR(test::frequency(left.data() + from, count, 48000), 440, 4) << "speed " << speed;
+    }
+}
+
+TEST(AudioRenderer, ClipsAbutAtExactSamplesWithSilenceBetween) {
+    Segment low = videoSegment(test::toneVideo(440), 2, {160, 120});
+    Segment high = videoSegment(test::toneVideo(1000), 2, {160, 120});
+    high.edits.trimStart = 0.5; // 1.5 s
+    Segment muted = low;
+    muted.edits.muted = true;
+    const auto timeline =
+        build({low, test::photoSegment("/p.jpg", {160, 120}, 0.25), high, muted, low});
+    AudioRenderer renderer(timeline);
+    const std::vector<float> left = renderAll(renderer);
+    // 2 + 0.25 + 1.5 + 2 + 2 s
+    ASSERT_EQ(left.size(), 7.75 * 48000);
+
+    auto tone = [&](double from, double to) {
+        const auto a = static_cast<std::size_t>(from * 48000);
+        const auto n = static_cast<std::size_t>((to - from) * 48000);
+        const double p440 = test::power(left.data() + a, n, 48000, 440);
+        const double p1000 = test::power(left.data() + a, n, 48000, 1000);
+        if (p440 < 1e-6 && p1000 < 1e-6)
+            return '0';
+        return p440 > 10 * p1000 ? 'L' : p1000 > 10 * p440 ? 'H' : '?';
+    };
+    // Windows of 10 ms just inside each join (past the 2 ms fades).
+    const double joins[] = {0, 2, 2.25, 3.75, 5.75, 7.75};
+    std::string seen;
+    for (std::size_t i = 0; i + 1 < std::size(joins); ++i) {
+        seen += tone(joins[i] + 0.003, joins[i] + 0.013);
+        seen += tone(joins[i + 1] - 0.013, joins[i + 1] - 0.003);
+    }
+    EXPECT_EQ(seen, "LL00HH00LL");
+    // Nothing leaks across a join into the silence around the photo.
+    EXPECT_EQ(tone(2.0, 2.25), '0');
+}
+
+TEST(AudioRenderer, SeeksToAnyTime) {
+    const auto timeline = build({numbered(), numbered(2)});
+    AudioRenderer whole(timeline);
+    const std::vector<float> all = renderAll(whole);
+    AudioRenderer seeking(timeline);
+    for (double at : {0.7, 2.0, 0.1}) {
+        seeking.seek(MediaTime::fromSeconds(at));
+        EXPECT_EQ(seeking.position(), std::llround(at * 48000));
+        const ff::FramePtr frame = seeking.read(4800);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frame->pts, std::llround(at * 48000));
+        const auto* l = reinterpret_cast<const float*>(frame->extended_data[0]);
+        // After the fade-in, the same waveform as a reading from the start.
+        double difference = 0;
+        for (int i = 480; i < 4800; ++i)
+            difference =
+                std::max(difference, double(std::fabs(l[i] - all[std::size_t(frame->pts + i)])));
+        EXPECT_LT(difference, 0.02) << "at " << at;
+    }
+    // Inside the stretched clip the stretch restarts at the seek: the same tone.
+    seeking.seek(MediaTime::fromSeconds(2.5));
+    const ff::FramePtr frame = seeking.read(9600);
+    const auto* l = reinterpret_cast<const float*>(frame->extended_data[0]);
+    EXPECT_NEAR(test::frequency(l + 480, 9600 - 480, 48000), 440, 5);
+}
+
+TEST(AudioRenderer, SilenceWithoutAnAudioTrack) {
+    Segment muted = numbered();
+    muted.edits.muted = true;
+    const auto timeline = build({muted});
+    AudioRenderer renderer(timeline);
+    EXPECT_FALSE(renderer.hasAudio());
+    const std::vector<float> left = renderAll(renderer);
+    EXPECT_EQ(left.size(), 96000u);
+    EXPECT_EQ(*std::max_element(left.begin(), left.end()), 0.0f);
+}
+
+} // namespace
+} // namespace vimbo

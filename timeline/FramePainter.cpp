@@ -1,0 +1,292 @@
+#include "timeline/FramePainter.h"
+
+#include "model/VimboError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace vimbo {
+namespace {
+
+constexpr std::uint8_t blackLuma = 16;
+constexpr std::uint8_t blackChroma = 128;
+
+VimboError outOfMemory() {
+    return VimboError::exportFailed(QStringLiteral("Out of memory."));
+}
+
+AVPixelFormat withoutJpegRange(AVPixelFormat f) {
+    switch (f) {
+    case AV_PIX_FMT_YUVJ420P:
+        return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+        return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+        return AV_PIX_FMT_YUV444P;
+    case AV_PIX_FMT_YUVJ440P:
+        return AV_PIX_FMT_YUV440P;
+    case AV_PIX_FMT_YUVJ411P:
+        return AV_PIX_FMT_YUV411P;
+    default:
+        return f;
+    }
+}
+
+bool isFullRange(const AVFrame& f) {
+    const auto format = static_cast<AVPixelFormat>(f.format);
+    return f.color_range == AVCOL_RANGE_JPEG || withoutJpegRange(format) != format;
+}
+
+// The YCbCr matrix of a source, as swscale names it. Untagged video is taken as BT.709 when
+// it is high definition and BT.601 otherwise, as players do.
+int matrixOf(const AVFrame& f) {
+    switch (f.colorspace) {
+    case AVCOL_SPC_BT709:
+        return SWS_CS_ITU709;
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+        return SWS_CS_ITU601;
+    case AVCOL_SPC_SMPTE240M:
+        return SWS_CS_SMPTE240M;
+    case AVCOL_SPC_FCC:
+        return SWS_CS_FCC;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+        return SWS_CS_BT2020;
+    default:
+        return f.height >= 720 || f.width >= 1280 ? SWS_CS_ITU709 : SWS_CS_ITU601;
+    }
+}
+
+bool isOutputFormat(const AVFrame& f) {
+    return f.format == AV_PIX_FMT_YUV420P && !isFullRange(f) && matrixOf(f) == SWS_CS_ITU709;
+}
+
+void tag(AVFrame* f) {
+    f->color_primaries = AVCOL_PRI_BT709;
+    f->color_trc = AVCOL_TRC_BT709;
+    f->colorspace = AVCOL_SPC_BT709;
+    f->color_range = AVCOL_RANGE_MPEG;
+}
+
+// Pointers to the pixel at (x0, y0) of every plane; x0 and y0 lie on whole chroma samples.
+bool cropView(const AVFrame& f, int x0, int y0, const std::uint8_t* data[4]) {
+    const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(f.format));
+    if (!desc ||
+        (desc->flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_PAL)))
+        return false;
+    int steps[4] = {};
+    av_image_fill_max_pixsteps(steps, nullptr, desc);
+    const bool rgb = desc->flags & AV_PIX_FMT_FLAG_RGB;
+    for (int p = 0; p < 4; ++p) {
+        const bool chroma = !rgb && (p == 1 || p == 2);
+        const int sx = chroma ? desc->log2_chroma_w : 0;
+        const int sy = chroma ? desc->log2_chroma_h : 0;
+        data[p] = f.data[p] ? f.data[p] + static_cast<std::ptrdiff_t>(y0 >> sy) * f.linesize[p] +
+                                  (x0 >> sx) * steps[p]
+                            : nullptr;
+    }
+    return true;
+}
+
+// Copies a w × h block of one plane so that the destination shows `map` of the source; for a
+// swapped map the source block is h × w. Works in tiles so that turned copies stay in cache.
+void remap(const std::uint8_t* src, int srcStride, std::uint8_t* dst, int dstStride, int w, int h,
+           const PlaneMap& map) {
+    const int srcW = map.swap ? h : w;
+    const int srcH = map.swap ? w : h;
+    const std::ptrdiff_t du = map.flipX ? -1 : 1;
+    const std::ptrdiff_t dv = map.flipY ? -static_cast<std::ptrdiff_t>(srcStride) : srcStride;
+    const std::uint8_t* base = src + (map.flipX ? srcW - 1 : 0) +
+                               (map.flipY ? static_cast<std::ptrdiff_t>(srcH - 1) * srcStride : 0);
+    const std::ptrdiff_t stepX = map.swap ? dv : du;
+    const std::ptrdiff_t stepY = map.swap ? du : dv;
+    if (stepX == 1) {
+        for (int y = 0; y < h; ++y)
+            std::memcpy(dst + static_cast<std::ptrdiff_t>(y) * dstStride, base + y * stepY,
+                        static_cast<std::size_t>(w));
+        return;
+    }
+    constexpr int tile = 32;
+    for (int ty = 0; ty < h; ty += tile)
+        for (int tx = 0; tx < w; tx += tile)
+            for (int y = ty; y < std::min(h, ty + tile); ++y) {
+                std::uint8_t* d = dst + static_cast<std::ptrdiff_t>(y) * dstStride;
+                const std::uint8_t* s = base + y * stepY;
+                for (int x = tx; x < std::min(w, tx + tile); ++x)
+                    d[x] = s[x * stepX];
+            }
+}
+
+void fillRect(AVFrame* f, int plane, int x0, int y0, int x1, int y1, std::uint8_t value) {
+    for (int y = y0; y < y1; ++y)
+        std::memset(f->data[plane] + static_cast<std::ptrdiff_t>(y) * f->linesize[plane] + x0,
+                    value, static_cast<std::size_t>(x1 - x0));
+}
+
+// Paints black everywhere outside the luma rectangle (x0, y0)–(x1, y1).
+void fillOutside(AVFrame* f, int x0, int y0, int x1, int y1) {
+    for (int p = 0; p < 3; ++p) {
+        const int s = p == 0 ? 0 : 1;
+        const int w = (f->width + s) >> s, h = (f->height + s) >> s;
+        const int l = x0 >> s, t = y0 >> s, r = (x1 + s) >> s, b = (y1 + s) >> s;
+        const std::uint8_t v = p == 0 ? blackLuma : blackChroma;
+        if (r <= l || b <= t) {
+            fillRect(f, p, 0, 0, w, h, v);
+            continue;
+        }
+        fillRect(f, p, 0, 0, w, t, v);
+        fillRect(f, p, 0, b, w, h, v);
+        fillRect(f, p, 0, t, l, b, v);
+        fillRect(f, p, r, t, w, b, v);
+    }
+}
+
+ff::FramePtr allocate(int width, int height) {
+    ff::FramePtr f = ff::makeFrame();
+    if (!f)
+        throw outOfMemory();
+    f->format = AV_PIX_FMT_YUV420P;
+    f->width = width;
+    f->height = height;
+    if (av_frame_get_buffer(f.get(), 0) < 0)
+        throw outOfMemory();
+    tag(f.get());
+    return f;
+}
+
+int roundedScale(int value, int to, int from) {
+    return static_cast<int>(std::lround(static_cast<double>(value) * to / from));
+}
+
+} // namespace
+
+ff::FramePtr FramePainter::blackFrame(int width, int height) {
+    ff::FramePtr f = allocate(width, height);
+    fillOutside(f.get(), 0, 0, 0, 0);
+    return f;
+}
+
+AVFrame* FramePainter::scratch(int width, int height) {
+    if (!scratch_ || scratch_->width != width || scratch_->height != height ||
+        !av_frame_is_writable(scratch_.get()))
+        scratch_ = allocate(width, height);
+    return scratch_.get();
+}
+
+bool FramePainter::scale(const AVFrame& source, const Rect& crop, int width, int height,
+                         Resampling resampling, std::uint8_t* const planes[4],
+                         const int strides[4]) {
+    const std::uint8_t* src[4] = {};
+    if (!cropView(source, crop.x0, crop.y0, src))
+        return false;
+    const int flags = resampling == Resampling::lanczos  ? SWS_LANCZOS
+                      : resampling == Resampling::linear ? SWS_BILINEAR
+                                                         : SWS_POINT;
+    const AVPixelFormat format = withoutJpegRange(static_cast<AVPixelFormat>(source.format));
+    scaler_.reset(sws_getCachedContext(scaler_.release(), crop.width(), crop.height(), format,
+                                       width, height, AV_PIX_FMT_YUV420P, flags, nullptr, nullptr,
+                                       nullptr));
+    if (!scaler_)
+        return false;
+    const ScalerKey key{crop.width(),     crop.height(),       format,       width, height, flags,
+                        matrixOf(source), isFullRange(source), scaler_.get()};
+    if (!(key == key_)) {
+        sws_setColorspaceDetails(scaler_.get(), sws_getCoefficients(key.colorspace), key.fullRange,
+                                 sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
+        key_ = key;
+    }
+    sws_scale(scaler_.get(), src, source.linesize, 0, crop.height(), planes, strides);
+    return true;
+}
+
+ff::FramePtr FramePainter::paint(const AVFrame& source, const PlaneMap& map,
+                                 const Placement& placement, int width, int height) {
+    if (map.isIdentity() && placement == Placement{1, Resampling::none, 0, 0, width, height} &&
+        source.width == width && source.height == height && isOutputFormat(source)) {
+        ff::FramePtr shared(av_frame_clone(&source));
+        if (!shared)
+            throw outOfMemory();
+        tag(shared.get());
+        return shared;
+    }
+    ff::FramePtr out = allocate(width, height);
+    // The part of the frame the picture covers, and the same part in picture coordinates.
+    const Rect shown{std::max(placement.x, 0), std::max(placement.y, 0),
+                     std::min(placement.x + placement.width, width),
+                     std::min(placement.y + placement.height, height)};
+    fillOutside(out.get(), shown.x0, shown.y0, shown.x1, shown.y1);
+    if (shown.isEmpty() || source.width <= 0 || source.height <= 0)
+        return out;
+    const Rect p{shown.x0 - placement.x, shown.y0 - placement.y, shown.x1 - placement.x,
+                 shown.y1 - placement.y};
+
+    // The same part in the stored orientation, on the picture scaled to qw × qh.
+    const int qw = map.swap ? placement.height : placement.width;
+    const int qh = map.swap ? placement.width : placement.height;
+    Rect r = map.swap ? Rect{p.y0, p.x0, p.y1, p.x1} : p;
+    if (map.flipX)
+        r = {qw - r.x1, r.y0, qw - r.x0, r.y1};
+    if (map.flipY)
+        r = {r.x0, qh - r.y1, r.x1, qh - r.y0};
+
+    // The source pixels under it, widened to whole chroma samples, and where they land.
+    const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
+    const int ax = desc ? 1 << desc->log2_chroma_w : 1, ay = desc ? 1 << desc->log2_chroma_h : 1;
+    const int sw = source.width, sh = source.height;
+    Rect crop{
+        r.x0 * sw / qw / ax * ax, r.y0 * sh / qh / ay * ay,
+        std::min(sw, (static_cast<int>(std::ceil(static_cast<double>(r.x1) * sw / qw)) + ax - 1) /
+                         ax * ax),
+        std::min(sh, (static_cast<int>(std::ceil(static_cast<double>(r.y1) * sh / qh)) + ay - 1) /
+                         ay * ay)};
+    const Rect scaled{roundedScale(crop.x0, qw, sw), roundedScale(crop.y0, qh, sh),
+                      crop.x1 == sw ? qw : roundedScale(crop.x1, qw, sw),
+                      crop.y1 == sh ? qh : roundedScale(crop.y1, qh, sh)};
+    if (scaled.isEmpty())
+        return out;
+
+    if (map.isIdentity() && scaled == Rect{0, 0, qw, qh} && r == scaled) {
+        // The whole picture shows upright: scale straight into place.
+        std::uint8_t* planes[4] = {
+            out->data[0] + static_cast<std::ptrdiff_t>(shown.y0) * out->linesize[0] + shown.x0,
+            out->data[1] + static_cast<std::ptrdiff_t>(shown.y0 / 2) * out->linesize[1] +
+                shown.x0 / 2,
+            out->data[2] + static_cast<std::ptrdiff_t>(shown.y0 / 2) * out->linesize[2] +
+                shown.x0 / 2,
+            nullptr};
+        scale(source, crop, qw, qh, placement.resampling, planes, out->linesize);
+        return out;
+    }
+    AVFrame* tmp = scratch(scaled.width(), scaled.height());
+    if (!scale(source, crop, tmp->width, tmp->height, placement.resampling, tmp->data,
+               tmp->linesize))
+        return out;
+    const Rect inTmp{std::max(r.x0 - scaled.x0, 0), std::max(r.y0 - scaled.y0, 0),
+                     std::min(r.x1 - scaled.x0, tmp->width),
+                     std::min(r.y1 - scaled.y0, tmp->height)};
+    for (int plane = 0; plane < 3; ++plane) {
+        const int s = plane == 0 ? 0 : 1;
+        const Rect from{inTmp.x0 >> s, inTmp.y0 >> s, (inTmp.x1 + s) >> s, (inTmp.y1 + s) >> s};
+        const Rect to{shown.x0 >> s, shown.y0 >> s, (shown.x1 + s) >> s, (shown.y1 + s) >> s};
+        const int w = std::min(to.width(), map.swap ? from.height() : from.width());
+        const int h = std::min(to.height(), map.swap ? from.width() : from.height());
+        // Flips count from the far edge of the copied block, so take the block from there.
+        const int fw = map.swap ? h : w, fh = map.swap ? w : h;
+        const int fx = map.flipX ? from.x1 - fw : from.x0;
+        const int fy = map.flipY ? from.y1 - fh : from.y0;
+        remap(tmp->data[plane] + static_cast<std::ptrdiff_t>(fy) * tmp->linesize[plane] + fx,
+              tmp->linesize[plane],
+              out->data[plane] + static_cast<std::ptrdiff_t>(to.y0) * out->linesize[plane] + to.x0,
+              out->linesize[plane], w, h, map);
+    }
+    return out;
+}
+
+} // namespace vimbo

@@ -1,0 +1,53 @@
+#pragma once
+
+// The pixel work of the compositor: draws a decoded picture of any pixel format into an output
+// frame, turned, scaled and placed, on black. Output frames are yuv420p, limited range, tagged
+// BT.709 (primaries, transfer, matrix): what the H.264/HEVC encoders and the preview take as
+// they are. Sources are scaled in their stored orientation straight to the final size and
+// format (one swscale pass, only over the part that shows), then the small result is turned
+// while it is copied into place, so no RGB round trip and no full-size intermediate happen.
+//
+// One thread at a time (it keeps its scaler and scratch frame between calls).
+
+#include "media/ff/Ptr.h"
+#include "timeline/Placement.h"
+
+namespace vimbo {
+
+class FramePainter {
+public:
+    // A black output frame. Throws VimboError::exportFailed("Out of memory.").
+    static ff::FramePtr blackFrame(int width, int height);
+
+    // `source` drawn at `placement` in a black frame of width × height. When the source already
+    // is such a frame, the result shares its pixels (a new reference, never written again).
+    ff::FramePtr paint(const AVFrame& source, const PlaneMap& map, const Placement& placement,
+                       int width, int height);
+
+private:
+    struct Rect {
+        int x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+        int width() const { return x1 - x0; }
+        int height() const { return y1 - y0; }
+        bool isEmpty() const { return x1 <= x0 || y1 <= y0; }
+        friend bool operator==(const Rect&, const Rect&) = default;
+    };
+    // What configured the scaler last; a change of any field sets it up again.
+    struct ScalerKey {
+        int srcWidth = 0, srcHeight = 0, format = -1, width = 0, height = 0, flags = 0;
+        int colorspace = -1, fullRange = -1;
+        const SwsContext* context = nullptr;
+        friend bool operator==(const ScalerKey&, const ScalerKey&) = default;
+    };
+
+    // Scales the `crop` part of `source` to width × height yuv420p BT.709 at `planes`.
+    bool scale(const AVFrame& source, const Rect& crop, int width, int height,
+               Resampling resampling, std::uint8_t* const planes[4], const int strides[4]);
+    AVFrame* scratch(int width, int height);
+
+    ff::SwsPtr scaler_;
+    ScalerKey key_;
+    ff::FramePtr scratch_;
+};
+
+} // namespace vimbo
