@@ -49,7 +49,7 @@ TEST(ProbeRobustness, DamagedFilesAlwaysComeBack) {
             damaged << bytes.left(cut);
         for (int i = 1; i < 24; ++i)
             damaged << bytes.left(size * i / 24);
-        for (int i = 0; i < 48; ++i) {
+        for (int i = 0; i < 96; ++i) {
             QByteArray copy = bytes;
             const qsizetype edge = std::min<qsizetype>(size, 4096);
             for (int n = 1 + static_cast<int>(random() % 8); n > 0; --n) {
