@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <mutex>
 
 namespace vimbo::Photo {
 namespace {
@@ -40,6 +41,10 @@ QSize bounded(QSize size, std::int64_t longest) {
 }
 
 QImage loadWithQt(const QString& file, std::int64_t longest) {
+    // Some readers (WebP, PNG) cannot decode at a reduced size; Qt's default 128 MB limit would
+    // then refuse panoramas and large camera files that we only want small.
+    static std::once_flag raised;
+    std::call_once(raised, [] { QImageReader::setAllocationLimit(1024); });
     QImageReader reader(file);
     reader.setAutoTransform(true);
     // The scaled size applies before the orientation turns the picture; the longer side is the
