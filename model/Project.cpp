@@ -47,6 +47,7 @@ Project::Project(MediaAccess media, std::optional<SessionStore> store, QObject* 
     : QObject(parent)
     , media_(std::move(media))
     , store_(std::move(store))
+    , writer_(store_ ? std::make_unique<SessionWriter>(*store_) : nullptr)
     , history_([this](const Snapshot& s) { apply(s); }) {
     saveTimer_.setSingleShot(true);
     saveTimer_.setInterval(autosaveDelayMs);

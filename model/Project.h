@@ -5,6 +5,7 @@
 #include "model/MediaAccess.h"
 #include "model/Segment.h"
 #include "model/SessionStore.h"
+#include "model/SessionWriter.h"
 #include "model/Snapshot.h"
 #include "model/UndoHistory.h"
 
@@ -17,6 +18,7 @@
 #include <QUuid>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -106,9 +108,12 @@ public:
     void setUndoStack(QUndoStack* stack);
     QUndoStack* undoStack() const { return history_.stack(); }
 
-    // Persistence.
+    // Persistence. save() encodes the project at once and writes it on a worker thread;
+    // saveNow() also waits for the file to be on disk (at quit). Destroying the project waits
+    // for the last write.
     void scheduleSave();
     void save();
+    void saveNow();
     void read(const std::vector<Clip>& clips);
 
 signals:
@@ -135,6 +140,7 @@ private:
 
     MediaAccess media_;
     std::optional<SessionStore> store_;
+    std::unique_ptr<SessionWriter> writer_; // present with a store
     UndoHistory history_;
     QTimer saveTimer_;
 

@@ -52,8 +52,18 @@ void Project::scheduleSave() {
 
 void Project::save() {
     saveTimer_.stop();
-    if (store_)
-        store_->save(Saved{clips_, layout_, nextAdded_});
+    if (!writer_)
+        return;
+    // A value that cannot be written (a number that is not finite) gives up this save; the
+    // next change tries again.
+    if (auto bytes = encodeSaved(Saved{clips_, layout_, nextAdded_}))
+        writer_->write(std::move(*bytes));
+}
+
+void Project::saveNow() {
+    save();
+    if (writer_)
+        writer_->wait();
 }
 
 void Project::restore() {

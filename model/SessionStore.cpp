@@ -1,6 +1,7 @@
 #include "model/SessionStore.h"
 
 #include "model/Bookmark.h"
+#include "model/JsonWriter.h"
 #include "model/RecordJson.h"
 
 #include <QDir>
@@ -27,18 +28,68 @@ QString importFolderName(const QUrl& url) {
 
 } // namespace
 
+namespace {
+
+void write(JsonWriter& w, const ClipEdits& e) {
+    w.beginObject();
+    w.key("trimStart");
+    w.number(e.trimStart);
+    w.key("trimEnd");
+    w.number(e.trimEnd);
+    w.key("speed");
+    w.number(e.speed);
+    w.key("muted");
+    w.boolean(e.muted);
+    w.key("quarterTurns");
+    w.integer(e.quarterTurns);
+    w.key("photoDuration");
+    w.number(e.photoDuration);
+    w.endObject();
+}
+
+void write(JsonWriter& w, const Clip& clip) {
+    w.beginObject();
+    w.key("id");
+    w.string(uuidText(clip.id));
+    w.key("url");
+    w.string(clip.url.toString(QUrl::FullyEncoded));
+    if (clip.bookmark) {
+        w.key("bookmark");
+        w.string(QString::fromLatin1(clip.bookmark->toBase64()));
+    }
+    w.key("edits");
+    write(w, clip.edits);
+    w.key("added");
+    w.integer(clip.added);
+    w.key("imported");
+    w.boolean(clip.imported);
+    w.endObject();
+}
+
+} // namespace
+
 std::optional<QByteArray> encodeSaved(const Saved& saved) {
-    QJsonArray clips;
+    JsonWriter w;
+    w.beginObject();
+    w.key("clips");
+    w.beginArray();
     for (const Clip& clip : saved.clips) {
         if (!isFinite(clip.edits))
             return std::nullopt;
-        clips.append(toJson(clip));
+        write(w, clip);
     }
-    return compactJson(QJsonObject{
-        {QStringLiteral("clips"), clips},
-        {QStringLiteral("layout"), toJson(saved.layout)},
-        {QStringLiteral("nextAdded"), static_cast<qint64>(saved.nextAdded)},
-    });
+    w.endArray();
+    w.key("layout");
+    w.beginObject();
+    w.key("shape");
+    w.string(frameShapeText(saved.layout.shape));
+    w.key("fill");
+    w.string(fillModeText(saved.layout.fill));
+    w.endObject();
+    w.key("nextAdded");
+    w.integer(saved.nextAdded);
+    w.endObject();
+    return w.bytes();
 }
 
 std::optional<Saved> decodeSaved(const QByteArray& bytes) {
@@ -81,14 +132,16 @@ QString SessionStore::importsFolder() const {
 }
 
 bool SessionStore::save(const Saved& saved) const {
-    QDir().mkpath(folder_);
     const auto bytes = encodeSaved(saved);
-    if (!bytes)
-        return false;
+    return bytes && write(*bytes);
+}
+
+bool SessionStore::write(const QByteArray& bytes) const {
+    QDir().mkpath(folder_);
     QSaveFile file(sessionFile());
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    file.write(*bytes);
+    file.write(bytes);
     return file.commit();
 }
 

@@ -32,6 +32,8 @@ public:
 
     // Writes the whole file atomically: a reader sees the old file or the new one, never half.
     bool save(const Saved& saved) const;
+    // The same with the file's bytes already encoded (encodeSaved).
+    bool write(const QByteArray& bytes) const;
     // Absent when the file is missing, unreadable or not a complete saved project.
     std::optional<Saved> load() const;
 

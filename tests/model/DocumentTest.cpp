@@ -143,7 +143,7 @@ TEST_F(ProjectTest, AutosaveIsDebouncedAndRestoreBringsTheProjectBack) {
 
     // A change just before quitting is kept by the final save.
     project->addImported({*store.keep(file("picked.heic"))});
-    project->save();
+    project->saveNow();
     const Saved expected{project->clips(), project->layout(), project->nextAdded()};
     const QDateTime written = QFileInfo(session).lastModified();
 
@@ -171,7 +171,7 @@ TEST_F(ProjectTest, RestoreFindsMovedFilesAndImportedCopiesAndCleansTheStore) {
     const QUrl copy = *store.keep(file("IMG_1.heic"));
     project->addImported({copy});
     const QUuid keptImport = project->clips().back().id;
-    project->save();
+    project->saveNow();
 
     QDir().rename(moved.toLocalFile(), files + "/trip/renamed.jpg");
     QFile::remove(gone.toLocalFile());
@@ -200,7 +200,7 @@ TEST_F(ProjectTest, RestoreFindsMovedFilesAndImportedCopiesAndCleansTheStore) {
 TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) {
     project->add({file("a.jpg")});
     project->setLayout({FrameShape::square, FillMode::fill}, UndoName::changeShape);
-    project->save();
+    project->saveNow();
     QFile saved(store.sessionFile());
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     const QByteArray good = saved.readAll();
@@ -233,7 +233,7 @@ TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) 
     // The bad file stays until the first change is saved over it.
     open();
     project->add({file("b.jpg")});
-    project->save();
+    project->saveNow();
     open();
     EXPECT_EQ(project->clips().size(), 1u);
 }

@@ -1,5 +1,6 @@
 #include "model/RecordJson.h"
 #include "model/Segment.h"
+#include "model/SessionStore.h"
 #include "model/VimboError.h"
 
 #include <QJsonArray>
@@ -217,6 +218,40 @@ TEST(RecordJson, MediaInfoRoundTripsWithDatesSinceTwoThousandOne) {
     const MediaInfo empty(MediaKind::missing);
     EXPECT_FALSE(toJson(empty).contains("dateTaken"));
     EXPECT_EQ(mediaInfoFromJson(toJson(empty)), empty);
+}
+
+} // namespace
+} // namespace vimbo
+
+namespace vimbo {
+namespace {
+
+TEST(SavedJson, TheFileHasExactlyThreeKeysInTheRecordsFormAndRoundTrips) {
+    Saved saved;
+    saved.layout = {FrameShape::portrait, FillMode::fill};
+    saved.nextAdded = 9007199254740993; // beyond a double's exact integers
+    Clip odd = sampleClip();
+    odd.url = QUrl::fromLocalFile(QStringLiteral("/tmp/a \"quoted\\\" name\t€/x.mov"));
+    odd.edits.trimStart = 0.1;
+    odd.edits.speed = 1e-7;
+    Clip plain = sampleClip();
+    plain.id = QUuid::createUuid();
+    plain.bookmark.reset();
+    plain.imported = true;
+    saved.clips = {odd, plain};
+
+    const auto bytes = encodeSaved(saved);
+    ASSERT_TRUE(bytes);
+    EXPECT_FALSE(bytes->contains('/') && bytes->contains("\":\"file://")) << bytes->data();
+    const QJsonObject o = QJsonDocument::fromJson(*bytes).object();
+    EXPECT_EQ(o.keys(), (QStringList{"clips", "layout", "nextAdded"}));
+    EXPECT_EQ(o["clips"].toArray()[0].toObject(), toJson(odd));
+    EXPECT_EQ(o["clips"].toArray()[1].toObject(), toJson(plain));
+    EXPECT_EQ(o["layout"].toObject(), toJson(saved.layout));
+    EXPECT_EQ(decodeSaved(*bytes), saved);
+
+    saved.clips[1].edits.trimEnd = std::numeric_limits<double>::infinity();
+    EXPECT_FALSE(encodeSaved(saved));
 }
 
 } // namespace

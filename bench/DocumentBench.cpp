@@ -1,0 +1,90 @@
+// How long the interface thread is busy saving and restoring the session, by clip count.
+// Saving runs on the interface thread after every change (debounced), so a few hundred clips
+// must save well within one 60 Hz frame (16.7 ms).
+
+#include "media/MediaProbe.h"
+#include "media/Thumbnail.h"
+#include "model/Bookmark.h"
+#include "model/Project.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+using namespace vimbo;
+
+// A session of n clips whose files exist (so bookmarks resolve as they would for a user).
+Saved session(const QString& folder, int n) {
+    Saved saved;
+    QDir().mkpath(folder + QStringLiteral("/photos"));
+    for (int i = 0; i < n; ++i) {
+        const QString path =
+            folder + QStringLiteral("/photos/IMG_%1.JPG").arg(i, 4, 10, QChar('0'));
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        Clip clip;
+        clip.id = QUuid::createUuid();
+        clip.url = QUrl::fromLocalFile(path);
+        clip.bookmark = Bookmark::make(clip.url);
+        clip.edits.trimStart = i % 7 * 0.5;
+        clip.added = i;
+        saved.clips.push_back(clip);
+    }
+    saved.nextAdded = n;
+    return saved;
+}
+
+void Save(benchmark::State& state) {
+    QTemporaryDir dir;
+    const SessionStore store(dir.path() + QStringLiteral("/Vimbo"));
+    const Saved saved = session(dir.path(), static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(store.save(saved));
+    state.counters["clips"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(Save)->Arg(100)->Arg(300)->Arg(1000)->Unit(benchmark::kMillisecond);
+
+// Turning the project into the file's bytes: the part of a save that must run on the interface
+// thread, since it reads the live project.
+void Encode(benchmark::State& state) {
+    QTemporaryDir dir;
+    const Saved saved = session(dir.path(), static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(encodeSaved(saved));
+    state.counters["clips"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(Encode)->Arg(100)->Arg(300)->Arg(1000)->Unit(benchmark::kMillisecond);
+
+// Creating the project: reading and decoding the file, resolving every bookmark, cleaning the
+// import store. The background probes it starts are not part of the interface thread's time.
+void Restore(benchmark::State& state) {
+    QTemporaryDir dir;
+    const SessionStore store(dir.path() + QStringLiteral("/Vimbo"));
+    store.save(session(dir.path(), static_cast<int>(state.range(0))));
+    const MediaAccess media{
+        &MediaProbe::isMedia, [](const QUrl&) { return MediaInfo(); },
+        [](const QUrl&, MediaKind, int) -> std::optional<QImage> { return std::nullopt; }};
+    for (auto _ : state) {
+        Project project(media, store);
+        benchmark::DoNotOptimize(project.clips().size());
+        state.PauseTiming();
+        QCoreApplication::processEvents(); // let the background reads land between rounds
+        state.ResumeTiming();
+    }
+    state.counters["clips"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(Restore)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+}
