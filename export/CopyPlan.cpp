@@ -120,12 +120,11 @@ CopyRefusal checkAudio(const CopyClip& clip, const AudioFacts& ref) {
     if (a.extradata != ref.extradata || a.sampleRate != ref.sampleRate ||
         a.channels != ref.channels)
         return CopyRefusal::audioFormatsDiffer;
-    for (std::size_t j = 0; j < a.packets.size(); ++j) {
-        const bool last = j + 1 == a.packets.size();
-        if (a.packets[j].duration > frame || (!last && a.packets[j].duration != frame) ||
-            (!last && a.packets[j + 1].pts - a.packets[j].pts != frame))
+    // Frames follow each other without gaps; stated durations may be missing (0), never long.
+    for (std::size_t j = 0; j < a.packets.size(); ++j)
+        if (a.packets[j].duration > frame ||
+            (j + 1 < a.packets.size() && a.packets[j + 1].pts - a.packets[j].pts != frame))
             return CopyRefusal::audioNotContiguous;
-    }
     return CopyRefusal::none;
 }
 
@@ -190,9 +189,14 @@ std::optional<AudioPlan> planAudio(const std::vector<CopyClip>& clips, const Cop
     for (std::size_t i = 0; i < clips.size(); ++i) {
         const VideoCut& cut = plan.video[i];
         AudioCut a;
-        if (hasSound(clips[i]))
+        // A clip with sound starts where its first kept sample landed, preceded by the packet
+        // that primes the decoder; one without starts at the frame nearest its picture.
+        std::int64_t k = boundary(cut.outputStart);
+        if (hasSound(clips[i])) {
             a = placeAudio(clips[i], cut, outSamples(cut.outputStart), audio.priming, rate);
-        const std::int64_t k = boundary(cut.outputStart);
+            const std::int64_t from = toSamples(cut.sourceStart, cut.sourceTimeBase, rate);
+            k = floorDiv(from - clips[i].audio->packets.front().pts, frame) + a.packetOffset;
+        }
         a.slotBegin = i == 0 ? 0 : (a.carriesPacket(k - 1) ? k - 1 : k);
         if (i > 0) {
             if (a.slotBegin <= audio.clips.back().slotBegin) {

@@ -28,6 +28,8 @@ AVStream* MovieWriter::addStream(const AVCodecParameters& parameters, AVRational
     if (parameters.codec_id != AV_CODEC_ID_HEVC)
         stream->codecpar->codec_tag = 0;
     stream->time_base = timeBase;
+    if (parameters.codec_id == AV_CODEC_ID_AAC)
+        stream->codecpar->frame_size = 1024; // what the muxer states as the frame length
     if (displayMatrix.size() == 9 * static_cast<int>(sizeof(std::int32_t))) {
         std::uint8_t* side = av_stream_new_side_data(
             stream, AV_PKT_DATA_DISPLAYMATRIX, static_cast<std::size_t>(displayMatrix.size()));

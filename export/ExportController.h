@@ -1,0 +1,79 @@
+#pragma once
+
+// The one holder of which export is under way and how far it has come. Lives on the interface
+// thread; every read and write of its state happens there. An export runs on a background
+// thread; its progress reports and its outcome come back as queued calls, and only those of the
+// current exporter change the state: an export that was cancelled or replaced by a newer one
+// runs down quietly.
+
+#include "export/ExportChoices.h"
+#include "model/Layout.h"
+#include "model/Segment.h"
+
+#include <QObject>
+#include <QThreadPool>
+#include <QUrl>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace vimbo {
+
+class Exporter;
+
+class ExportController : public QObject {
+    Q_OBJECT
+public:
+    struct State {
+        enum class Kind { idle, running, done, failed };
+        Kind kind = Kind::idle;
+        double progress = 0;             // running
+        std::optional<double> remaining; // running: seconds, once an estimate is allowed
+        QUrl url;                        // done
+        QString message;                 // failed
+
+        static State idle() { return {}; }
+        static State running(double progress, std::optional<double> remaining) {
+            return {Kind::running, progress, remaining, {}, {}};
+        }
+        static State done(const QUrl& url) { return {Kind::done, 0, {}, url, {}}; }
+        static State failed(const QString& message) { return {Kind::failed, 0, {}, {}, message}; }
+        friend bool operator==(const State&, const State&) = default;
+    };
+
+    explicit ExportController(QObject* parent = nullptr);
+    // Cancels every export still running and waits for them to wind down.
+    ~ExportController() override;
+
+    const State& state() const { return state_; }
+    // The export bar's close button: back to idle (the exporter stays as it was).
+    void close() { setState(State::idle()); }
+
+    // Starts exporting at once in the background; failures become the `failed` state.
+    void start(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
+               ExportQuality quality, const QUrl& to);
+    // Stops the current export (its partial file is removed) and goes idle at once.
+    void cancel();
+
+    // Seconds left, from the fraction done and the seconds elapsed; absent while too early to
+    // tell (too little progress or too little time for a fair estimate).
+    static std::optional<double> remainingTime(double progress, double elapsed);
+
+signals:
+    void stateChanged();
+
+private:
+    void setState(const State& state);
+    void progressed(const Exporter* exporter, double progress);
+    void finished(const Exporter* exporter, const State& outcome);
+
+    State state_;
+    std::shared_ptr<Exporter> exporter_;
+    std::chrono::steady_clock::time_point started_;
+    std::vector<std::weak_ptr<Exporter>> running_;
+    QThreadPool pool_;
+};
+
+} // namespace vimbo

@@ -1,0 +1,150 @@
+#include "export/Exporter.h"
+
+#include "export/ExportFailure.h"
+#include "export/ProgressTicker.h"
+#include "export/Reencoder.h"
+#include "export/StreamCopier.h"
+#include "timeline/Timeline.h"
+
+#include <QFile>
+
+#include <numeric>
+
+namespace vimbo {
+namespace {
+
+constexpr double reducedLongEdge = 1920;
+
+void removeFile(const QString& path) {
+    QFile::remove(path); // nothing there is the usual reason for failing; either way, ignored
+}
+
+std::vector<CopyClip> copyTrims(const std::vector<Segment>& segments) {
+    std::vector<CopyClip> clips;
+    for (const Segment& s : segments) {
+        CopyClip clip;
+        const Segment::Range range = s.trimmedRange();
+        clip.lower = range.lower;
+        clip.upper = range.upper;
+        if (s.info.hasAudio && !s.edits.muted)
+            clip.audio = AudioFacts{};
+        clips.push_back(std::move(clip));
+    }
+    return clips;
+}
+
+std::vector<QString> paths(const std::vector<Segment>& segments) {
+    std::vector<QString> result;
+    for (const Segment& s : segments)
+        result.push_back(s.url.toLocalFile());
+    return result;
+}
+
+} // namespace
+
+struct Exporter::Plan {
+    std::shared_ptr<const Timeline> timeline;
+    std::optional<CopyJob> copy;
+    Preset preset = Preset::highestQuality;
+};
+
+Exporter::Exporter(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
+                   ExportQuality quality)
+    : layout_(layout)
+    , format_(format)
+    , quality_(quality) {
+    for (const Segment& s : segments)
+        if (s.info.isUsable())
+            segments_.push_back(s);
+}
+
+Exporter::~Exporter() = default;
+
+bool Exporter::isPassthrough() const {
+    return quality_ == ExportQuality::original &&
+           Timeline::canJoinWithoutReencoding(segments_, layout_);
+}
+
+double Exporter::duration() const {
+    return std::accumulate(segments_.begin(), segments_.end(), 0.0,
+                           [](double sum, const Segment& s) { return sum + s.duration(); });
+}
+
+std::optional<Preset> Exporter::chosenPreset() const {
+    std::lock_guard lock(lock_);
+    return chosen_;
+}
+
+Exporter::Plan Exporter::prepare() {
+    Plan plan;
+    const auto build = [&](std::optional<double> maxLongEdge, bool passthrough) {
+        return std::make_shared<const Timeline>(
+            Timeline::build(segments_, layout_, maxLongEdge, passthrough));
+    };
+    if (isPassthrough()) {
+        plan.timeline = build(std::nullopt, true);
+        // Our stand-in for asking whether the copy is compatible: read the packet tables and
+        // see whether every trim and join can be honoured exactly.
+        plan.copy = prepareCopy(copyTrims(segments_), paths(segments_), *cancel_);
+        if (plan.copy) {
+            plan.preset = Preset::passthrough;
+            return plan;
+        }
+        plan.timeline = build(std::nullopt, false);
+    } else {
+        const bool full = quality_ == ExportQuality::original;
+        plan.timeline = build(full ? std::nullopt : std::optional(reducedLongEdge), false);
+    }
+    plan.preset = preset();
+    return plan;
+}
+
+void Exporter::export_(const QString& destination, const Progress& progress) {
+    Plan plan = prepare();
+    removeFile(destination);
+    {
+        std::lock_guard lock(lock_);
+        if (cancelled_)
+            throw Cancelled();
+        started_ = true;
+        chosen_ = plan.preset;
+    }
+    try {
+        run(plan, destination, progress);
+    } catch (const Cancelled&) {
+        removeFile(destination);
+        throw;
+    } catch (const VimboError&) {
+        removeFile(destination);
+        if (cancel_->isCancelled())
+            throw Cancelled();
+        throw;
+    } catch (...) {
+        removeFile(destination);
+        if (cancel_->isCancelled())
+            throw Cancelled();
+        throw ExportFailure::failed();
+    }
+    progress(1.0);
+}
+
+void Exporter::run(const Plan& plan, const QString& destination, const Progress& progress) {
+    ProgressTicker ticker(fraction_, progress);
+    const auto store = [this](double f) { fraction_.store(f, std::memory_order_relaxed); };
+    if (plan.copy)
+        copyStreams(*plan.copy, destination, format_, *cancel_, store);
+    else
+        reencode(plan.timeline, plan.preset, format_, destination, cancel_, store);
+}
+
+void Exporter::cancel() {
+    {
+        std::lock_guard lock(lock_);
+        cancelled_ = true;
+    }
+    // Outside the lock: the running copy or encode sees the flag at its next packet or frame,
+    // and its I/O is interrupted at once.
+    cancel_->cancel();
+}
+
+} // namespace vimbo

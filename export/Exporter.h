@@ -1,0 +1,80 @@
+#pragma once
+
+// One export job: writes the usable clips of a project, under its layout, into one movie file
+// at a format and quality. It copies the clips' packets when that shows exactly what a
+// re-encode would (original quality, clips that join, trims on frame boundaries), and
+// otherwise encodes the composed timeline. Progress is reported every 0.2 s.
+//
+// Threads: export_() runs on a background thread and blocks until the movie is written;
+// progress is called on another background thread (and once, with 1.0, on export_'s own after
+// success). cancel() may be called from any thread, at any moment, any number of times.
+// Outcomes: export_ returns on success; throws Cancelled when cancelled (the partial file is
+// removed); throws VimboError on failure (the partial file is removed), including the timeline
+// build's own errors (then nothing was written).
+
+#include "export/EncoderSettings.h"
+#include "export/ExportChoices.h"
+#include "media/ff/Cancel.h"
+#include "model/Layout.h"
+#include "model/Segment.h"
+
+#include <QString>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace vimbo {
+
+class Timeline;
+struct CopyJob;
+
+class Exporter {
+public:
+    using Progress = std::function<void(double)>;
+
+    // Keeps only the usable segments (videos and photos), in order.
+    Exporter(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
+             ExportQuality quality);
+    ~Exporter();
+
+    const std::vector<Segment>& segments() const { return segments_; }
+    const Layout& layout() const { return layout_; }
+    ExportFormat format() const { return format_; }
+    ExportQuality quality() const { return quality_; }
+
+    // Original quality over clips that can be joined without re-encoding. The copy may still
+    // turn out inexact once the files are read, and then the export re-encodes.
+    bool isPassthrough() const;
+    // Seconds the movie will last: the sum of the segments' played lengths.
+    double duration() const;
+    // The preset a re-encode uses.
+    Preset preset() const { return reencodingPreset(quality_, segments_); }
+    // The preset the export chose once it got that far (passthrough when it copied).
+    std::optional<Preset> chosenPreset() const;
+
+    void export_(const QString& destination, const Progress& progress);
+    void cancel();
+
+private:
+    struct Plan;
+    Plan prepare();
+    void run(const Plan& plan, const QString& destination, const Progress& progress);
+
+    std::vector<Segment> segments_;
+    Layout layout_;
+    ExportFormat format_;
+    ExportQuality quality_;
+
+    mutable std::mutex lock_;
+    bool started_ = false;         // guarded by lock_
+    bool cancelled_ = false;       // guarded by lock_
+    std::optional<Preset> chosen_; // guarded by lock_
+    const std::shared_ptr<CancelFlag> cancel_ = std::make_shared<CancelFlag>();
+    std::atomic<double> fraction_{0};
+};
+
+} // namespace vimbo

@@ -1,0 +1,234 @@
+#include "tests/export/ExportFixtures.h"
+
+#include "media/MediaProbe.h"
+#include "media/ff/Cancel.h"
+#include "media/ff/Log.h"
+#include "media/ff/Ptr.h"
+#include "model/VimboError.h"
+#include "tests/support/Media.h"
+
+#include <QFileInfo>
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <mutex>
+
+namespace vimbo::test {
+
+// The libraries' chatter would bury the test output; the app quiets it the same way.
+[[maybe_unused]] const bool quietLog = [] {
+    ff::quietLibraryLog();
+    return true;
+}();
+
+QString flashClip(const ClipSpec& s) {
+    const QString name = QStringLiteral("flash-%1-%2-%3-%4-%5.mp4")
+                             .arg(s.seconds)
+                             .arg(s.flashAt)
+                             .arg(s.withSound)
+
+                             .arg(s.rate)
+                             .arg(s.size);
+    const int flashFrame = static_cast<int>(std::lround(s.flashAt * 30));
+    QStringList args{QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                     QStringLiteral("color=black:s=%1x%2:r=30:d=%3,format=yuv420p,"
+                                    "drawbox=c=white:t=fill:enable='eq(n\\,%4)'")
+                         .arg(s.size)
+                         .arg(s.size * 3 / 4)
+                         .arg(s.seconds)
+                         .arg(flashFrame)};
+    if (s.withSound) {
+        const QString beep = QStringLiteral("if(between(t\\,%1\\,%2)\\,0.5*sin(2*PI*1000*t)\\,0)")
+                                 .arg(s.flashAt)
+                                 .arg(s.flashAt + 0.1);
+        args << QStringLiteral("-f") << QStringLiteral("lavfi") << QStringLiteral("-i")
+             << QStringLiteral("aevalsrc=%1|%1:s=%2:d=%3").arg(beep).arg(s.rate).arg(s.seconds)
+             << QStringLiteral("-c:a") << QStringLiteral("aac");
+    }
+    args << QStringLiteral("-c:v") << QStringLiteral("libx264") << QStringLiteral("-g")
+         << QStringLiteral("15") << QStringLiteral("-bf") << QStringLiteral("2")
+         << QStringLiteral("-preset") << QStringLiteral("ultrafast") << QStringLiteral("-x264opts")
+         << QStringLiteral("bframes=2:b-adapt=0");
+    return generated(name, args);
+}
+
+Segment probed(const QString& path, const ClipEdits& edits) {
+    const QUrl url = QUrl::fromLocalFile(path);
+    return {url, MediaProbe::probe(url), edits};
+}
+
+Outcome runExport(Exporter& exporter, const QString& to,
+                  const std::function<void(double)>& onProgress) {
+    Outcome outcome;
+    std::mutex lock;
+    try {
+        exporter.export_(to, [&](double p) {
+            if (onProgress)
+                onProgress(p);
+            std::lock_guard guard(lock);
+            outcome.progress.push_back(p);
+        });
+        outcome.kind = Outcome::Kind::done;
+    } catch (const Cancelled&) {
+        outcome.kind = Outcome::Kind::cancelled;
+    } catch (const VimboError& e) {
+        outcome.message = e.errorDescription();
+    }
+    return outcome;
+}
+
+QString decodeErrors(const QString& path) {
+    QString output;
+    run(QStringLiteral("ffmpeg"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
+         QStringLiteral("-f"), QStringLiteral("null"), QStringLiteral("-")},
+        &output);
+    return output.trimmed();
+}
+
+double movieDuration(const QString& path) {
+    QString output;
+    run(QStringLiteral("ffprobe"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+         QStringLiteral("format=duration"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), path},
+        &output);
+    return output.trimmed().toDouble();
+}
+
+namespace {
+
+ff::InputPtr open(const QString& path) {
+    AVFormatContext* raw = nullptr;
+    if (avformat_open_input(&raw, path.toUtf8().constData(), nullptr, nullptr) < 0)
+        return nullptr;
+    ff::InputPtr input(raw);
+    if (avformat_find_stream_info(raw, nullptr) < 0)
+        return nullptr;
+    return input;
+}
+
+ff::CodecPtr decoderFor(const AVStream* s) {
+    const AVCodec* codec = avcodec_find_decoder(s->codecpar->codec_id);
+    ff::CodecPtr c(avcodec_alloc_context3(codec));
+    avcodec_parameters_to_context(c.get(), s->codecpar);
+    c->pkt_timebase = s->time_base;
+    if (avcodec_open2(c.get(), codec, nullptr) < 0)
+        return nullptr;
+    return c;
+}
+
+// Beep onsets: 1 ms windows whose level rises past a threshold after at least 0.2 s of quiet.
+class BeepFinder {
+public:
+    explicit BeepFinder(int rate)
+        : window_(rate / 1000)
+        , rate_(rate) {}
+    void add(const float* samples, int count, double start, std::vector<double>& onsets) {
+        for (int i = 0; i < count; ++i) {
+            if (filled_ == 0)
+                windowStart_ = start + static_cast<double>(i) / rate_;
+            peak_ = std::max(peak_, std::fabs(samples[i]));
+            if (++filled_ < window_)
+                continue;
+            if (peak_ > 0.2f && windowStart_ - lastLoud_ > 0.2)
+                onsets.push_back(windowStart_);
+            if (peak_ > 0.2f)
+                lastLoud_ = windowStart_;
+            filled_ = 0;
+            peak_ = 0;
+        }
+    }
+
+private:
+    int window_;
+    int rate_;
+    int filled_ = 0;
+    float peak_ = 0;
+    double windowStart_ = 0;
+    double lastLoud_ = -1;
+};
+
+double meanLuma(const AVFrame& f) {
+    double sum = 0;
+    for (int y = 0; y < f.height; y += 8)
+        for (int x = 0; x < f.width; x += 8)
+            sum += f.data[0][y * f.linesize[0] + x];
+    return sum / ((f.height + 7) / 8) / ((f.width + 7) / 8);
+}
+
+} // namespace
+
+std::vector<StoredPacket> videoPackets(const QString& path) {
+    std::vector<StoredPacket> packets;
+    ff::InputPtr input = open(path);
+    if (!input)
+        return packets;
+    const int video = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    ff::PacketPtr p = ff::makePacket();
+    while (av_read_frame(input.get(), p.get()) >= 0) {
+        if (p->stream_index == video)
+            packets.push_back(
+                {static_cast<double>(p->pts) * av_q2d(input->streams[video]->time_base),
+                 QByteArray(reinterpret_cast<const char*>(p->data), p->size)});
+        av_packet_unref(p.get());
+    }
+    return packets;
+}
+
+QByteArray displayMatrix(const QString& path) {
+    ff::InputPtr input = open(path);
+    if (!input)
+        return {};
+    const int video = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    std::size_t size = 0;
+    const std::uint8_t* m =
+        av_stream_get_side_data(input->streams[video], AV_PKT_DATA_DISPLAYMATRIX, &size);
+    return m ? QByteArray(reinterpret_cast<const char*>(m), static_cast<int>(size)) : QByteArray();
+}
+
+Marks marks(const QString& path) {
+    Marks result;
+    ff::InputPtr input = open(path);
+    if (!input)
+        return result;
+    const int video = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    const int audio = av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    ff::CodecPtr vdec = decoderFor(input->streams[video]);
+    ff::CodecPtr adec = audio >= 0 ? decoderFor(input->streams[audio]) : nullptr;
+    BeepFinder beeps(adec ? adec->sample_rate : 48000);
+    bool lit = false;
+    ff::PacketPtr p = ff::makePacket();
+    ff::FramePtr f = ff::makeFrame();
+    const auto drain = [&](AVCodecContext* c, int stream) {
+        const AVRational tb = input->streams[stream]->time_base;
+        while (avcodec_receive_frame(c, f.get()) == 0) {
+            const double t = static_cast<double>(f->best_effort_timestamp) * av_q2d(tb);
+            if (stream == video) {
+                const bool white = meanLuma(*f) > 128;
+                if (white && !lit)
+                    result.flashes.push_back(t);
+                lit = white;
+                result.videoEnd = t + static_cast<double>(f->pkt_duration) * av_q2d(tb);
+            } else {
+                beeps.add(reinterpret_cast<const float*>(f->extended_data[0]), f->nb_samples, t,
+                          result.beeps);
+                result.audioEnd = t + static_cast<double>(f->nb_samples) / f->sample_rate;
+            }
+            av_frame_unref(f.get());
+        }
+    };
+    while (av_read_frame(input.get(), p.get()) >= 0) {
+        AVCodecContext* c = p->stream_index == video   ? vdec.get()
+                            : p->stream_index == audio ? adec.get()
+                                                       : nullptr;
+        if (c && avcodec_send_packet(c, p.get()) >= 0)
+            drain(c, p->stream_index);
+        av_packet_unref(p.get());
+    }
+    for (auto [c, s] : {std::pair{vdec.get(), video}, std::pair{adec.get(), audio}})
+        if (c && avcodec_send_packet(c, nullptr) >= 0)
+            drain(c, s);
+    return result;
+}
+
+} // namespace vimbo::test

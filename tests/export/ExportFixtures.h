@@ -1,0 +1,66 @@
+#pragma once
+
+// Media and measurements shared by the export tests: generated clips with a flash and a beep
+// at a known instant, real probing, running an Exporter to its outcome, and reading back what
+// a movie holds (its packets, its display matrix, where flashes and beeps fall).
+
+#include "export/Exporter.h"
+#include "model/Segment.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+namespace vimbo::test {
+
+struct ClipSpec {
+    double seconds = 2;
+    double flashAt = 1.2; // a white frame and, with sound, a 1 kHz beep of 0.1 s here
+    bool withSound = true;
+    int rate = 48000;
+    int size = 320; // width; height is 3/4 of it
+};
+// An H.264 (key frames every 0.5 s, B-frames) + AAC movie made once per build.
+QString flashClip(const ClipSpec& spec = {});
+
+// The segment the project would make of the file (real probe).
+Segment probed(const QString& path, const ClipEdits& edits = {});
+
+struct Outcome {
+    enum class Kind { done, cancelled, failed } kind = Kind::failed;
+    QString message;
+    std::vector<double> progress; // every report, in order
+};
+// Runs export_ on the calling thread; `onProgress` sees each report first.
+Outcome runExport(Exporter& exporter, const QString& to,
+                  const std::function<void(double)>& onProgress = {});
+
+// What `ffmpeg -v error -i FILE -f null -` prints: empty for a clean file.
+QString decodeErrors(const QString& path);
+
+// Seconds the file's longest stream lasts, as a player reads it.
+double movieDuration(const QString& path);
+
+// The video packets of a file in file (decoding) order, with their presentation times.
+struct StoredPacket {
+    double time = 0;
+    QByteArray data;
+};
+std::vector<StoredPacket> videoPackets(const QString& path);
+
+// The video stream's display matrix (nine numbers), or empty.
+QByteArray displayMatrix(const QString& path);
+
+// Instants of white flashes and of beep onsets in the decoded movie, and where its picture
+// and sound end.
+struct Marks {
+    std::vector<double> flashes;
+    std::vector<double> beeps;
+    double videoEnd = 0;
+    double audioEnd = 0;
+};
+Marks marks(const QString& path);
+
+} // namespace vimbo::test

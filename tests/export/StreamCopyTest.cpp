@@ -1,0 +1,141 @@
+// Joining by copying packets: chosen exactly when every trim and join can be honoured, then
+// bit-exact, exactly as long as the project, in sync, and upright.
+#include "export/Exporter.h"
+#include "tests/export/ExportFixtures.h"
+#include "tests/support/Media.h"
+
+#include <QFile>
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace vimbo::test {
+namespace {
+
+constexpr double frame = 1.0 / 30;
+
+ClipEdits trimmed(double start, double end, bool muted = false) {
+    ClipEdits e;
+    e.trimStart = start;
+    e.trimEnd = end;
+    e.muted = muted;
+    return e;
+}
+
+double total(const std::vector<Segment>& segments) {
+    double sum = 0;
+    for (const Segment& s : segments)
+        sum += s.duration();
+    return sum;
+}
+
+// The source packets a copy must contain: those shown within each clip's trimmed range.
+std::vector<QByteArray> expectedPackets(const std::vector<Segment>& segments) {
+    std::vector<QByteArray> expected;
+    for (const Segment& s : segments) {
+        const Segment::Range r = s.trimmedRange();
+        for (const StoredPacket& p : videoPackets(s.url.toLocalFile()))
+            if (p.time >= r.lower - 1e-4 && p.time < r.upper - 1e-4)
+                expected.push_back(p.data);
+    }
+    return expected;
+}
+
+TEST(StreamCopy, JoinsBitExactlyWithTrimsSilenceAndSync) {
+    const QString withSound = flashClip();
+    const QString silent = flashClip({.withSound = false});
+    const std::vector<Segment> segments{
+        probed(withSound),
+        probed(withSound, trimmed(0.5, 0.5)), // key frames at 0.5 and 1.5: exact
+        probed(withSound, trimmed(0, 0, true)),
+        probed(silent),
+        probed(withSound, trimmed(1.0, 0)),
+    };
+    for (const ExportFormat format : allExportFormats) {
+        SCOPED_TRACE(rawValue(format).toStdString());
+        Exporter exporter(segments, {}, format, ExportQuality::original);
+        ASSERT_TRUE(exporter.isPassthrough());
+        const QString out = scratchFolder() + QStringLiteral("/joined.") + fileExtension(format);
+        const Outcome outcome = runExport(exporter, out);
+        ASSERT_EQ(outcome.kind, Outcome::Kind::done) << outcome.message.toStdString();
+        EXPECT_EQ(exporter.chosenPreset(), Preset::passthrough);
+        EXPECT_EQ(decodeErrors(out), QString());
+        EXPECT_NEAR(movieDuration(out), total(segments), frame);
+
+        std::vector<QByteArray> copied;
+        for (StoredPacket& p : videoPackets(out))
+            copied.push_back(std::move(p.data));
+        EXPECT_TRUE(copied == expectedPackets(segments)) << "packets differ from the sources'";
+
+        // Flashes where the clips put them; a beep with each heard flash, within one frame.
+        const Marks m = marks(out);
+        const std::vector<double> flashes{1.2, 2.0 + 0.7, 3.0 + 1.2, 5.0 + 1.2, 7.0 + 0.2};
+        ASSERT_EQ(m.flashes.size(), flashes.size());
+        for (std::size_t i = 0; i < flashes.size(); ++i)
+            EXPECT_NEAR(m.flashes[i], flashes[i], frame / 2) << "flash " << i;
+        const std::vector<double> heard{flashes[0], flashes[1], flashes[4]};
+        ASSERT_EQ(m.beeps.size(), heard.size()) << "muted and silent clips stay silent";
+        for (std::size_t i = 0; i < heard.size(); ++i)
+            EXPECT_NEAR(m.beeps[i], heard[i], frame) << "beep " << i;
+        EXPECT_NEAR(m.audioEnd, m.videoEnd, frame);
+    }
+}
+
+TEST(StreamCopy, PortraitClipsKeepTheirDisplayMatrix) {
+    VIMBO_REQUIRE_SAMPLES();
+    const QString portrait = sample(QStringLiteral("rotate-buck-bunny.mp4"));
+    const std::vector<Segment> segments{probed(portrait), probed(portrait)};
+    ASSERT_GT(segments[0].info.size.height, segments[0].info.size.width);
+    Exporter exporter(segments, {}, ExportFormat::mov, ExportQuality::original);
+    const QString out = scratchFolder() + QStringLiteral("/portrait.mov");
+    ASSERT_EQ(runExport(exporter, out).kind, Outcome::Kind::done);
+    EXPECT_EQ(exporter.chosenPreset(), Preset::passthrough);
+    const QByteArray matrix = displayMatrix(out);
+    EXPECT_FALSE(matrix.isEmpty());
+    EXPECT_EQ(matrix, displayMatrix(portrait));
+}
+
+TEST(StreamCopy, InexactJoinsAreReencodedInstead) {
+    const QString clip = flashClip();
+    const QString other = flashClip({.rate = 44100});
+    struct Case {
+        const char* what;
+        std::vector<Segment> segments;
+    };
+    const Case cases[] = {
+        {"trim start on a P frame", {probed(clip), probed(clip, trimmed(0.6, 0))}},
+        {"trim start between frames", {probed(clip, trimmed(0.51, 0))}},
+        {"trim end dropping a referenced frame", {probed(clip, trimmed(0, 0.9))}},
+        {"sound formats differ", {probed(clip), probed(other)}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Exporter exporter(c.segments, {}, ExportFormat::mp4, ExportQuality::original);
+        const QString out = scratchFolder() + QStringLiteral("/inexact.mp4");
+        const Outcome outcome = runExport(exporter, out);
+        ASSERT_EQ(outcome.kind, Outcome::Kind::done) << outcome.message.toStdString();
+        EXPECT_NE(exporter.chosenPreset(), Preset::passthrough);
+        EXPECT_EQ(decodeErrors(out), QString());
+        EXPECT_NEAR(movieDuration(out), total(c.segments), frame);
+    }
+}
+
+// The movie's index comes before its media ("optimise for network use") on both paths.
+TEST(StreamCopy, IndexComesFirst) {
+    const QString clip = flashClip();
+    for (const ExportQuality quality : {ExportQuality::original, ExportQuality::high}) {
+        Exporter exporter({probed(clip)}, {}, ExportFormat::mp4, quality);
+        const QString out = scratchFolder() + QStringLiteral("/first.mp4");
+        ASSERT_EQ(runExport(exporter, out).kind, Outcome::Kind::done);
+        QFile file(out);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        const auto moov = bytes.indexOf("moov");
+        const auto mdat = bytes.indexOf("mdat");
+        EXPECT_GT(moov, 0);
+        EXPECT_LT(moov, mdat) << rawValue(quality).toStdString();
+    }
+}
+
+} // namespace
+} // namespace vimbo::test
