@@ -13,13 +13,21 @@ namespace vimbo::app {
 namespace {
 
 const char* const usageLine =
-    "usage: vimbo [probe FILE… | thumbnail FILE -o OUT.png | project] [--help] [--version]";
+    "usage: vimbo [merge FILE-OR-FOLDER… -o OUT | export -o OUT | probe FILE… |\n"
+    "              thumbnail FILE -o OUT.png | project] [--help] [--version]";
 
 const char* const helpText = R"(Vimbo joins photos and videos into one movie.
 
 usage: vimbo COMMAND [ARGS…]
 
 commands:
+  merge [--shape auto|wide|tall|square|portrait] [--fill fit|fill]
+        [--quality original|high|smaller] [--format mp4|mov] [--photo-duration S]
+        [--sort added|date|name] FILE-OR-FOLDER… -o OUT
+                join the files (folders are searched) into one movie, as the window would
+                with these settings; Ctrl-C stops it and leaves no file behind
+  export [--quality original|high|smaller] [--format mp4|mov] -o OUT
+                export the saved project, with all its edits, as the window would
   probe FILE…   print one line of JSON per file: its path, whether Vimbo takes it in as a
                 clip, and the facts probed from it
   thumbnail FILE -o OUT.png [--max-pixels N] [--turns Q]
@@ -60,6 +68,10 @@ int run(int argc, char** argv) {
         std::printf("vimbo %s\n", VIMBO_VERSION);
         return exitOk;
     }
+    if (command == QLatin1String("merge"))
+        return mergeCommand(args);
+    if (command == QLatin1String("export"))
+        return exportCommand(args);
     if (command == QLatin1String("probe"))
         return probeCommand(args);
     if (command == QLatin1String("project"))

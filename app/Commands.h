@@ -8,5 +8,7 @@ namespace vimbo::app {
 int probeCommand(const QStringList& args);
 int projectCommand(const QStringList& args);
 int thumbnailCommand(const QStringList& args);
+int mergeCommand(const QStringList& args);
+int exportCommand(const QStringList& args);
 
 } // namespace vimbo::app
