@@ -7,6 +7,7 @@
 #include "timeline/Timeline.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <numeric>
 
@@ -114,10 +115,15 @@ void Exporter::export_(const QString& destination, const Progress& progress) {
     } catch (const Cancelled&) {
         removeFile(destination);
         throw;
-    } catch (const VimboError&) {
+    } catch (const VimboError& error) {
         removeFile(destination);
         if (cancel_->isCancelled())
             throw Cancelled();
+        // A clip's file that vanished while the export ran is the likely story, and the
+        // sentence that tells it is the more useful one.
+        if (error.kind() == VimboError::Kind::unreadable &&
+            !QFileInfo::exists(error.url().toLocalFile()))
+            throw ExportFailure::sourceGone(error.url().toLocalFile());
         throw;
     } catch (...) {
         removeFile(destination);

@@ -1,0 +1,127 @@
+// Exports that go wrong: cancelled at random moments, a clip's file removed midway, a folder
+// that cannot be written, nothing to merge. Each ends cancelled or failed with its sentence,
+// leaves no partial file, and crashes nothing.
+#include "export/ExportFailure.h"
+#include "export/Exporter.h"
+#include "tests/export/ExportFixtures.h"
+#include "tests/support/Media.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+#include <unistd.h>
+
+namespace vimbo::test {
+namespace {
+
+QString placeholder(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("an older movie");
+    return path;
+}
+
+std::vector<Segment> copies(int count, const QString& folder) {
+    std::vector<Segment> segments;
+    for (int i = 0; i < count; ++i) {
+        const QString path = folder + QStringLiteral("/clip%1.mp4").arg(i);
+        QFile::copy(flashClip(), path);
+        segments.push_back(probed(path));
+    }
+    return segments;
+}
+
+TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
+    const std::vector<Segment> clips = copies(3, scratchFolder());
+    std::mt19937 random(20261123);
+    int cancelled = 0;
+    for (int round = 0; round < 8; ++round) {
+        // Even rounds copy (fast), odd rounds re-encode (slower): each gets delays that land
+        // anywhere from before the start to after the end.
+        const bool copy = round % 2 == 0;
+        std::uniform_int_distribution<int> delay(0, copy ? 60 : 1500);
+        Exporter exporter(clips, {}, ExportFormat::mp4,
+                          copy ? ExportQuality::original : ExportQuality::high);
+        const QString out = scratchFolder() + QStringLiteral("/cancelled.mp4");
+        const int ms = delay(random);
+        std::thread canceller([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+            exporter.cancel();
+            exporter.cancel(); // any number of times
+        });
+        const Outcome outcome = runExport(exporter, out);
+        canceller.join();
+        SCOPED_TRACE(
+            QStringLiteral("round %1, cancel after %2 ms").arg(round).arg(ms).toStdString());
+        ASSERT_NE(outcome.kind, Outcome::Kind::failed) << outcome.message.toStdString();
+        if (outcome.kind == Outcome::Kind::cancelled) {
+            ++cancelled;
+            EXPECT_FALSE(QFileInfo::exists(out));
+        } else {
+            EXPECT_EQ(decodeErrors(out), QString());
+        }
+    }
+    EXPECT_GT(cancelled, 0) << "no round was cancelled mid-way: the delays are too long";
+}
+
+TEST(Fault, CancelBeforeTheStartWritesNothing) {
+    const QString out = placeholder(scratchFolder() + QStringLiteral("/early.mp4"));
+    Exporter exporter({probed(flashClip())}, {}, ExportFormat::mp4, ExportQuality::high);
+    exporter.cancel();
+    const Outcome outcome = runExport(exporter, out);
+    EXPECT_EQ(outcome.kind, Outcome::Kind::cancelled);
+    EXPECT_TRUE(outcome.progress.empty());
+    EXPECT_FALSE(QFileInfo::exists(out)) << "the old file is removed before the session starts";
+}
+
+TEST(Fault, ClipFileRemovedDuringTheExport) {
+    for (const ExportQuality quality : {ExportQuality::original, ExportQuality::high}) {
+        SCOPED_TRACE(rawValue(quality).toStdString());
+        const std::vector<Segment> clips = copies(3, scratchFolder());
+        const QString doomed = clips.back().url.toLocalFile();
+        const QString out = placeholder(scratchFolder() + QStringLiteral("/gone.mp4"));
+        Exporter exporter(clips, {}, ExportFormat::mp4, quality);
+        const Outcome outcome = runExport(exporter, out, [&](double) { QFile::remove(doomed); });
+        EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
+        EXPECT_EQ(outcome.message, ExportFailure::sourceGone(doomed).errorDescription());
+        EXPECT_EQ(outcome.message, QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted "
+                                                  "during the export."));
+        EXPECT_FALSE(QFileInfo::exists(out));
+    }
+}
+
+TEST(Fault, UnwritableDestinations) {
+    std::vector<QString> destinations{QStringLiteral("/proc/vimbo-no-folder/out.mp4")};
+    if (::geteuid() != 0) { // permissions do not stop root
+        const QString locked = scratchFolder();
+        QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner);
+        destinations.push_back(locked + QStringLiteral("/out.mp4"));
+    }
+    for (const ExportQuality quality : {ExportQuality::original, ExportQuality::high})
+        for (const QString& out : destinations) {
+            Exporter exporter({probed(flashClip())}, {}, ExportFormat::mp4, quality);
+            const Outcome outcome = runExport(exporter, out);
+            EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
+            EXPECT_EQ(outcome.message, ExportFailure::unwritable(out).errorDescription());
+            EXPECT_TRUE(outcome.message.endsWith(QStringLiteral("can\u2019t be written to.")));
+            EXPECT_FALSE(QFileInfo::exists(out));
+        }
+}
+
+TEST(Fault, NothingToMergeLeavesTheDestinationAlone) {
+    Segment missing;
+    missing.url = QUrl::fromLocalFile(QStringLiteral("/nowhere/clip.mp4"));
+    const QString out = placeholder(scratchFolder() + QStringLiteral("/kept.mp4"));
+    Exporter exporter({missing}, {}, ExportFormat::mov, ExportQuality::original);
+    const Outcome outcome = runExport(exporter, out);
+    EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
+    EXPECT_EQ(outcome.message, VimboError::nothingToMerge().errorDescription());
+    EXPECT_TRUE(QFileInfo::exists(out)) << "a failed build writes nothing";
+}
+
+} // namespace
+} // namespace vimbo::test

@@ -1,0 +1,140 @@
+// Re-encoding: the presets' real encoders and tags, the project's exact length, sound in sync
+// at every join, photos and clips together, and the choices' texts.
+#include "export/Exporter.h"
+#include "tests/export/ExportFixtures.h"
+#include "tests/support/Media.h"
+
+#include <gtest/gtest.h>
+
+namespace vimbo::test {
+namespace {
+
+constexpr double frame = 1.0 / 30;
+
+QString streamFacts(const QString& path) {
+    QString output;
+    run(QStringLiteral("ffprobe"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+         QStringLiteral("stream=codec_name,codec_tag_string,color_primaries,color_transfer,"
+                        "color_space,width,height,sample_rate,channels"),
+         QStringLiteral("-of"), QStringLiteral("compact=p=0"), path},
+        &output);
+    return output.trimmed();
+}
+
+TEST(Reencode, EveryPresetWritesItsCodecInSyncAndExactlyAsLong) {
+    const QString clip = flashClip();
+    const QString picture = generated(QStringLiteral("blue-320x240.jpg"),
+                                      {QStringLiteral("-f"), QStringLiteral("lavfi"),
+                                       QStringLiteral("-i"), QStringLiteral("color=blue:s=320x240"),
+                                       QStringLiteral("-frames:v"), QStringLiteral("1")});
+    ClipEdits muted;
+    muted.muted = true;
+    ClipEdits shortPhoto;
+    shortPhoto.photoDuration = 0.5;
+    const std::vector<Segment> segments{probed(clip), probed(picture, shortPhoto),
+                                        probed(clip, muted), probed(clip)};
+    struct Case {
+        ExportQuality quality;
+        Preset preset;
+        const char* streams;
+    };
+    const Case cases[] = {
+        {ExportQuality::high, Preset::highestQuality,
+         "codec_name=h264|codec_tag_string=avc1|width=320|height=240|color_space=bt709|"
+         "color_transfer=bt709|color_primaries=bt709\n"
+         "codec_name=aac|codec_tag_string=mp4a|sample_rate=48000|channels=2"},
+        {ExportQuality::smaller, Preset::hevc1920x1080,
+         "codec_name=hevc|codec_tag_string=hvc1|width=320|height=240|color_space=bt709|"
+         "color_transfer=bt709|color_primaries=bt709\n"
+         "codec_name=aac|codec_tag_string=mp4a|sample_rate=48000|channels=2"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(rawValue(c.quality).toStdString());
+        Exporter exporter(segments, {}, ExportFormat::mp4, c.quality);
+        EXPECT_FALSE(exporter.isPassthrough());
+        EXPECT_EQ(exporter.preset(), c.preset);
+        const QString out = scratchFolder() + QStringLiteral("/reencoded.mp4");
+        const Outcome outcome = runExport(exporter, out);
+        ASSERT_EQ(outcome.kind, Outcome::Kind::done) << outcome.message.toStdString();
+        EXPECT_EQ(outcome.progress.back(), 1.0);
+        EXPECT_EQ(decodeErrors(out), QString());
+        EXPECT_EQ(streamFacts(out).toStdString(), c.streams);
+        EXPECT_NEAR(movieDuration(out), exporter.duration(), frame);
+
+        const Marks m = marks(out);
+        const std::vector<double> flashes{1.2, 2.5 + 1.2, 4.5 + 1.2};
+        ASSERT_EQ(m.flashes.size(), flashes.size());
+        for (std::size_t i = 0; i < flashes.size(); ++i)
+            EXPECT_NEAR(m.flashes[i], flashes[i], frame / 2) << "flash " << i;
+        ASSERT_EQ(m.beeps.size(), 2u) << "the muted clip stays silent";
+        EXPECT_NEAR(m.beeps[0], flashes[0], frame);
+        EXPECT_NEAR(m.beeps[1], flashes[2], frame);
+        EXPECT_NEAR(m.audioEnd, m.videoEnd, frame);
+    }
+}
+
+TEST(Reencode, PresetsFollowQualityAndSources) {
+    const auto video = [](const char* codec, bool hdr = false) {
+        Segment s;
+        s.info = MediaInfo(MediaKind::video);
+        s.info.codec = QString::fromLatin1(codec);
+        s.info.isHDR = hdr;
+        return s;
+    };
+    Segment photo;
+    photo.info = MediaInfo(MediaKind::photo);
+    struct Case {
+        ExportQuality quality;
+        std::vector<Segment> segments;
+        Preset expected;
+    };
+    const Case cases[] = {
+        {ExportQuality::original, {video("avc1"), video("hvc1")}, Preset::hevcHighestQuality},
+        {ExportQuality::original, {video("hev1")}, Preset::hevcHighestQuality},
+        {ExportQuality::original, {video("avc1", true)}, Preset::hevcHighestQuality},
+        {ExportQuality::original, {video("avc1"), photo}, Preset::highestQuality},
+        {ExportQuality::original, {video("HVC1")}, Preset::highestQuality}, // case-sensitive
+        {ExportQuality::original, {}, Preset::highestQuality},
+        {ExportQuality::high, {video("hvc1", true)}, Preset::highestQuality},
+        {ExportQuality::smaller, {video("avc1")}, Preset::hevc1920x1080},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(reencodingPreset(c.quality, c.segments), c.expected)
+            << rawValue(c.quality).toStdString() << " " << c.segments.size();
+
+    // The settings behind them: x264 visually lossless, x265 tagged for Apple players.
+    EXPECT_STREQ(videoSettings(Preset::highestQuality).encoder, "libx264");
+    EXPECT_EQ(videoSettings(Preset::highestQuality).crf, 18);
+    EXPECT_STREQ(videoSettings(Preset::hevcHighestQuality).codecTag, "hvc1");
+    EXPECT_TRUE(videoSettings(Preset::hevc1920x1080).maxRate.has_value());
+    EXPECT_STREQ(audioSettings(Preset::highestQuality).encoder, "aac");
+}
+
+TEST(Reencode, ChoicesHaveTheirTexts) {
+    EXPECT_EQ(exportFormatFromRaw(QStringLiteral("mov")), ExportFormat::mov);
+    EXPECT_EQ(exportFormatFromRaw(QStringLiteral("MP4")), std::nullopt);
+    EXPECT_EQ(fileExtension(ExportFormat::mp4), QStringLiteral("mp4"));
+    EXPECT_STREQ(muxerName(ExportFormat::mov), "mov");
+    EXPECT_EQ(label(ExportFormat::mov), QStringLiteral("MOV"));
+    for (const ExportQuality q : allExportQualities)
+        EXPECT_EQ(exportQualityFromRaw(rawValue(q)), q);
+    EXPECT_EQ(label(ExportQuality::smaller), QStringLiteral("Smaller File"));
+    EXPECT_EQ(exportQualityFromRaw(QStringLiteral("best")), std::nullopt);
+}
+
+TEST(Reencode, UnusableClipsAreDroppedAndShortPhotosLastATenth) {
+    Segment missing;
+    missing.info = MediaInfo(MediaKind::missing);
+    Segment photo;
+    photo.info = MediaInfo(MediaKind::photo);
+    photo.edits.photoDuration = 0;
+    const Exporter exporter({missing, photo, missing}, {}, ExportFormat::mp4,
+                            ExportQuality::original);
+    EXPECT_EQ(exporter.segments().size(), 1u);
+    EXPECT_DOUBLE_EQ(exporter.duration(), 0.1);
+    EXPECT_FALSE(exporter.isPassthrough());
+}
+
+} // namespace
+} // namespace vimbo::test
