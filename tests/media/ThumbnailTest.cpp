@@ -1,0 +1,231 @@
+#include "media/Thumbnail.h"
+
+#include "media/MediaProbe.h"
+#include "media/PhotoLibrary.h"
+#include "model/Project.h"
+#include "tests/support/Media.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+namespace vimbo::test {
+namespace {
+
+// Which colour dominates each half of a picture: a cheap way to tell which way it is turned.
+struct Halves {
+    bool redTop, redBottom, redLeft, redRight;
+};
+
+bool reddish(const QImage& image, const QRect& area) {
+    long red = 0, blue = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QRgb p = image.pixel(x, y);
+            red += qRed(p);
+            blue += qBlue(p);
+        }
+    return red > 2 * blue;
+}
+
+Halves halves(const QImage& image) {
+    const int w = image.width(), h = image.height();
+    return {reddish(image, QRect(0, 0, w, h / 2 - 2)),
+            reddish(image, QRect(0, h / 2 + 2, w, h / 2 - 2)),
+            reddish(image, QRect(0, 0, w / 2 - 2, h)),
+            reddish(image, QRect(w / 2 + 2, 0, w / 2 - 2, h))};
+}
+
+// 320 × 160, red on the left, blue on the right; copies carry a display rotation.
+QString halvesVideo(const QString& rotate) {
+    const QString plain =
+        generated("halves.mp4",
+                  {"-f", "lavfi", "-i", "color=red:size=160x160:rate=25:duration=1", "-f", "lavfi",
+                   "-i", "color=blue:size=160x160:rate=25:duration=1", "-filter_complex",
+                   "[0][1]hstack", "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    if (rotate.isEmpty())
+        return plain;
+    return generated(QStringLiteral("halves-%1.mp4").arg(rotate),
+                     {"-i", plain, "-c", "copy", "-metadata:s:v:0", "rotate=" + rotate});
+}
+
+std::optional<QImage> videoThumbnail(const QString& path, int maxPixels = 320) {
+    return Thumbnail::make(QUrl::fromLocalFile(path), MediaKind::video, maxPixels);
+}
+
+TEST(Thumbnail, VideosStandUprightByTheirDisplayMatrixAndFitTheSquare) {
+    struct Case {
+        const char* rotate;
+        QSize size;
+        bool redTop, redLeft;
+    };
+    const Case cases[] = {
+        {"", {320, 160}, false, true},     // as stored
+        {"270", {160, 320}, true, false},  // a phone held upright: a quarter turn clockwise
+        {"90", {160, 320}, false, false},  // the other way: red ends at the bottom
+        {"180", {320, 160}, false, false}, // upside down: red on the right
+    };
+    for (const Case& c : cases) {
+        const auto image = videoThumbnail(halvesVideo(QString::fromLatin1(c.rotate)));
+        ASSERT_TRUE(image) << c.rotate;
+        EXPECT_EQ(image->size(), c.size) << c.rotate;
+        const Halves h = halves(*image);
+        if (c.size.height() > c.size.width()) {
+            EXPECT_EQ(h.redTop, c.redTop) << c.rotate;
+            EXPECT_EQ(h.redBottom, !c.redTop) << c.rotate;
+        } else {
+            EXPECT_EQ(h.redLeft, c.redLeft) << c.rotate;
+            EXPECT_EQ(h.redRight, !c.redLeft) << c.rotate;
+        }
+    }
+    EXPECT_EQ(videoThumbnail(halvesVideo("270"), 100)->size(), QSize(50, 100));
+    EXPECT_EQ(videoThumbnail(halvesVideo(""), 1000)->size(), QSize(320, 160)); // never enlarged
+}
+
+TEST(Thumbnail, FramesComeFromNearTheStartAndNothingComesFromUnusableFiles) {
+    // Black for the first 0.05 s, then white: the frame at 0.1 s is white.
+    const QString flash =
+        generated("black-then-white.mp4",
+                  {"-f", "lavfi", "-i", "color=black:size=64x64:rate=100:duration=0.05", "-f",
+                   "lavfi", "-i", "color=white:size=64x64:rate=100:duration=1", "-filter_complex",
+                   "[0][1]concat", "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    const auto image = videoThumbnail(flash);
+    ASSERT_TRUE(image);
+    EXPECT_GT(qGray(image->pixel(32, 32)), 200);
+
+    // A clip shorter than 0.1 s gives its last frame.
+    const QString brief =
+        generated("brief.mp4", {"-f", "lavfi", "-i", "color=green:size=64x64:rate=50:duration=0.04",
+                                "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    ASSERT_TRUE(videoThumbnail(brief));
+
+    const QString text = scratchFolder() + "/clip.mov";
+    QFile f(text);
+    f.open(QIODevice::WriteOnly);
+    f.write("not a movie");
+    f.close();
+    EXPECT_FALSE(videoThumbnail(text));
+    const QUrl photo = QUrl::fromLocalFile(flash);
+    EXPECT_FALSE(Thumbnail::make(photo, MediaKind::missing, 320));
+    EXPECT_FALSE(Thumbnail::make(photo, MediaKind::unsupported, 320));
+}
+
+TEST(Thumbnail, RealSamplesComeOutUprightAtTheirSize) {
+    VIMBO_REQUIRE_SAMPLES();
+    // Every EXIF orientation of the same landscape picture looks like orientation 1.
+    const auto reference =
+        Thumbnail::make(QUrl::fromLocalFile(sample("Landscape_1.jpg")), MediaKind::photo, 320);
+    ASSERT_TRUE(reference);
+    EXPECT_EQ(reference->size(), QSize(320, 213));
+    for (int o = 0; o <= 8; ++o) {
+        const auto image =
+            Thumbnail::make(QUrl::fromLocalFile(sample(QStringLiteral("Landscape_%1.jpg").arg(o))),
+                            MediaKind::photo, 320);
+        ASSERT_TRUE(image) << o;
+        ASSERT_EQ(image->size(), reference->size()) << o;
+        long difference = 0;
+        for (int y = 0; y < image->height(); y += 4)
+            for (int x = 0; x < image->width(); x += 4)
+                difference += std::abs(qGray(image->pixel(x, y)) - qGray(reference->pixel(x, y)));
+        EXPECT_LT(difference / (image->width() * image->height() / 16), 12) << "orientation " << o;
+    }
+
+    const std::pair<const char*, QSize> sized[] = {
+        {"arrow.heic", {240, 320}},
+        {"rotate-buck-bunny.mp4", {180, 320}},
+        {"portrait_4k60.mp4", {180, 320}},
+        {"dolbyVision-hdr.MOV", {180, 320}},
+        {"pixel7_videoOnly_cleaned.mp4", {320, 180}},
+        {"internal_emulator_transformer_output_270_rotated.mp4", {180, 320}},
+    };
+    for (const auto& [name, size] : sized) {
+        const QUrl url = QUrl::fromLocalFile(sample(name));
+        const auto image = Thumbnail::make(url, MediaProbe::probe(url).kind, 320);
+        ASSERT_TRUE(image) << name;
+        EXPECT_EQ(image->size(), size) << name;
+    }
+}
+
+TEST(Thumbnail, TurnsByQuarterTurnsAndProjectCachesTurnedPictures) {
+    QImage image(320, 180, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    for (int y = 0; y < 180; ++y)
+        for (int x = 0; x < 160; ++x)
+            image.setPixel(x, y, qRgb(255, 0, 0));
+
+    for (int turns : {0, 4, -4})
+        EXPECT_EQ(Thumbnail::rotate(image, turns), image) << turns;
+    for (int turns : {1, -3}) {
+        const QImage t = Thumbnail::rotate(image, turns);
+        EXPECT_EQ(t.size(), QSize(180, 320));
+        EXPECT_TRUE(halves(t).redTop) << turns;
+    }
+    const QImage half = Thumbnail::rotate(image, 2);
+    EXPECT_EQ(half.size(), image.size());
+    EXPECT_TRUE(halves(half).redRight);
+    EXPECT_TRUE(halves(Thumbnail::rotate(image, 3)).redBottom);
+
+    // The project turns a clip's thumbnail once per turn count and serves it from then on.
+    const QString jpg = generated("thumb-photo.jpg",
+                                  {"-f", "lavfi", "-i", "color=red:size=64x32", "-frames:v", "1"});
+    Project project({&MediaProbe::isMedia, &MediaProbe::probe, &Thumbnail::make}, std::nullopt);
+    project.add({QUrl::fromLocalFile(jpg)});
+    QDeadlineTimer deadline(20000);
+    while (project.thumbnails().isEmpty() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    ASSERT_EQ(project.thumbnails().size(), 1);
+    auto clip = project.clips()[0];
+    EXPECT_EQ(project.thumbnail(clip)->size(), QSize(64, 32));
+    clip.edits.quarterTurns = 1;
+    const qint64 once = project.thumbnail(clip)->cacheKey();
+    EXPECT_EQ(project.thumbnail(clip)->size(), QSize(32, 64));
+    clip.edits.quarterTurns = 2;
+    EXPECT_NE(project.thumbnail(clip)->cacheKey(), once);
+    clip.edits.quarterTurns = -3;
+    EXPECT_EQ(project.thumbnail(clip)->cacheKey(), once);
+}
+
+TEST(PhotoLibrary, PlacesAndNewestFirstListing) {
+    const QString root = scratchFolder();
+    const QString pictures = root + "/home/Pictures";
+    QDir().mkpath(pictures + "/2024");
+    QDir().mkpath(root + "/media/ann/CANON/DCIM/100CANON");
+    QDir().mkpath(root + "/media/ann/USB stick/docs");
+    QDir().mkpath(root + "/gvfs/mtp:host=Pixel/Internal shared storage/DCIM/Camera");
+    QDir().mkpath(root + "/gvfs/mtp:host=Pixel/SD card/DCIM");
+
+    const PhotoLibrary::Roots roots{pictures, {root + "/media/ann", root + "/gvfs"}};
+    const auto places = PhotoLibrary::places(roots);
+    ASSERT_EQ(places.size(), 4u);
+    EXPECT_EQ(places[0], (PhotoLibrary::Place{"Pictures", pictures}));
+    EXPECT_EQ(places[1], (PhotoLibrary::Place{"CANON", root + "/media/ann/CANON/DCIM"}));
+    EXPECT_EQ(places[2].name, QStringLiteral("mtp:host=Pixel"));
+    EXPECT_TRUE(places[2].path.endsWith("/DCIM"));
+
+    auto make = [&](const QString& name, int minutesAgo) {
+        const QString path = pictures + "/" + name;
+        QFile f(path);
+        f.open(QIODevice::WriteOnly);
+        f.setFileTime(QDateTime::currentDateTime().addSecs(-60 * minutesAgo),
+                      QFileDevice::FileModificationTime);
+    };
+    make("old.jpg", 300);
+    make("2024/new.mov", 1);
+    make("middle.heic", 60);
+    make("clip.mkv", 0);
+    make("notes.txt", 0);
+    make(".hidden.jpg", 0);
+    const auto items = PhotoLibrary::items(pictures);
+    std::vector<QString> names;
+    for (const auto& item : items)
+        names.push_back(item.url.fileName());
+    EXPECT_EQ(names, (std::vector<QString>{"new.mov", "middle.heic", "old.jpg"}));
+    EXPECT_TRUE(PhotoLibrary::places({root + "/nowhere", {root + "/none"}}).empty());
+}
+
+} // namespace
+} // namespace vimbo::test
