@@ -2,6 +2,7 @@
 #include "media/MediaProbe.h"
 #include "media/PhotoMetadata.h"
 
+#include <QFileInfo>
 #include <QImageReader>
 
 namespace vimbo::MediaProbe {
@@ -39,6 +40,9 @@ std::optional<MediaInfo> probeHeif(const QUrl& url, const QString& path) {
 
 std::optional<MediaInfo> probePhoto(const QUrl& url) {
     const QString path = url.toLocalFile();
+    // A pipe or device would block the readers below, perhaps for ever.
+    if (!QFileInfo(path).isFile())
+        return std::nullopt;
     if (isHeifFile(path))
         return probeHeif(url, path);
     // Only the header is read: the size comes without decoding a pixel.

@@ -1,6 +1,7 @@
 #include "media/ff/TimedInput.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace vimbo::ff {
 
@@ -13,6 +14,10 @@ TimedInput::TimedInput(std::unique_ptr<Deadline> deadline, InputPtr context)
     , context_(std::move(context)) {}
 
 std::optional<TimedInput> TimedInput::open(const QString& path, std::chrono::milliseconds timeout) {
+    // Opening a pipe blocks until someone writes to it, and a device may never end: the
+    // deadline cannot reach into either, so only regular files are opened.
+    if (!QFileInfo(path).isFile())
+        return std::nullopt;
     auto deadline =
         std::make_unique<Deadline>(Deadline{std::chrono::steady_clock::now() + timeout});
     InputPtr context(avformat_alloc_context());

@@ -19,8 +19,9 @@ namespace vimbo::ff {
 
 class TimedInput {
 public:
-    // Absent when the file cannot be opened or is not a QuickTime/MP4 movie. Only the header is
-    // read; codec parameters come from the sample descriptions, without decoding.
+    // Absent when the file is not a regular file, cannot be opened or is not a QuickTime/MP4
+    // movie. Only the header is read; codec parameters come from the sample descriptions,
+    // without decoding.
     static std::optional<TimedInput> open(const QString& path, std::chrono::milliseconds timeout);
 
     AVFormatContext* get() const { return context_.get(); }

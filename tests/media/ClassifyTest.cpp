@@ -4,6 +4,7 @@
 #include <QFile>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace vimbo {
 namespace {
@@ -57,6 +58,15 @@ TEST(MediaProbe, KindFollowsReadabilityThenTypeThenRefusal) {
         if (!info.isUsable()) {
             EXPECT_EQ(info, MediaInfo(c.kind)) << c.name << ": facts must be empty";
         }
+    }
+}
+
+TEST(MediaProbe, PipesAreNeverOpened) {
+    // Readable, but opening one blocks until someone writes to it: the probe would hang.
+    for (const char* name : {"pipe.mp4", "pipe.jpg", "pipe"}) {
+        const QString path = test::scratchFolder() + QLatin1Char('/') + QLatin1String(name);
+        ASSERT_EQ(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        EXPECT_EQ(MediaProbe::probe(QUrl::fromLocalFile(path)), MediaInfo(MediaKind::unsupported));
     }
 }
 
