@@ -173,6 +173,30 @@ ff::FramePtr FramePainter::blackFrame(int width, int height) {
     return f;
 }
 
+ff::FramePtr FramePainter::outputFrame(int width, int height) {
+    constexpr int align = 64;
+    const int size = av_image_get_buffer_size(AV_PIX_FMT_YUV420P, width, height, align);
+    if (!pool_ || poolWidth_ != width || poolHeight_ != height) {
+        pool_.reset(av_buffer_pool_init(
+            static_cast<std::size_t>(size) + AV_INPUT_BUFFER_PADDING_SIZE, nullptr));
+        poolWidth_ = width;
+        poolHeight_ = height;
+    }
+    ff::FramePtr f = ff::makeFrame();
+    if (!f || !pool_)
+        throw outOfMemory();
+    f->buf[0] = av_buffer_pool_get(pool_.get());
+    if (!f->buf[0])
+        throw outOfMemory();
+    f->format = AV_PIX_FMT_YUV420P;
+    f->width = width;
+    f->height = height;
+    av_image_fill_arrays(f->data, f->linesize, f->buf[0]->data, AV_PIX_FMT_YUV420P, width, height,
+                         align);
+    tag(f.get());
+    return f;
+}
+
 AVFrame* FramePainter::scratch(int width, int height) {
     if (!scratch_ || scratch_->width != width || scratch_->height != height ||
         !av_frame_is_writable(scratch_.get()))
@@ -216,7 +240,7 @@ ff::FramePtr FramePainter::paint(const AVFrame& source, const PlaneMap& map,
         tag(shared.get());
         return shared;
     }
-    ff::FramePtr out = allocate(width, height);
+    ff::FramePtr out = outputFrame(width, height);
     // The part of the frame the picture covers, and the same part in picture coordinates.
     const Rect shown{std::max(placement.x, 0), std::max(placement.y, 0),
                      std::min(placement.x + placement.width, width),

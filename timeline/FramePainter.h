@@ -44,10 +44,16 @@ private:
     bool scale(const AVFrame& source, const Rect& crop, int width, int height,
                Resampling resampling, std::uint8_t* const planes[4], const int strides[4]);
     AVFrame* scratch(int width, int height);
+    // A new output frame from a pool of buffers of this size (fresh memory for every frame
+    // would cost a page fault per 4 KB).
+    ff::FramePtr outputFrame(int width, int height);
 
     ff::SwsPtr scaler_;
     ScalerKey key_;
     ff::FramePtr scratch_;
+    ff::BufferPoolPtr pool_;
+    int poolWidth_ = 0;
+    int poolHeight_ = 0;
 };
 
 } // namespace vimbo

@@ -41,6 +41,10 @@ struct SwsDeleter {
 struct SwrDeleter {
     void operator()(SwrContext* c) const { swr_free(&c); }
 };
+struct BufferPoolDeleter {
+    // Outstanding buffers keep the pool alive until they come back.
+    void operator()(AVBufferPool* p) const { av_buffer_pool_uninit(&p); }
+};
 struct FilterGraphDeleter {
     void operator()(AVFilterGraph* g) const { avfilter_graph_free(&g); }
 };
@@ -53,6 +57,7 @@ using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 using SwsPtr = std::unique_ptr<SwsContext, SwsDeleter>;
 using SwrPtr = std::unique_ptr<SwrContext, SwrDeleter>;
 using FilterGraphPtr = std::unique_ptr<AVFilterGraph, FilterGraphDeleter>;
+using BufferPoolPtr = std::unique_ptr<AVBufferPool, BufferPoolDeleter>;
 
 // Owns an AVDictionary of options; FFmpeg calls that fill or replace one take `out()`.
 class Dictionary {
