@@ -1,3 +1,6 @@
+#include "media/MediaProbe.h"
+#include "model/VimboError.h"
+#include "tests/support/Media.h"
 #include "tests/timeline/Fixtures.h"
 #include "timeline/AudioRenderer.h"
 #include "timeline/Carrier.h"
@@ -100,8 +103,12 @@ TEST(VideoRenderer, CancelStopsWork) {
     EXPECT_TRUE(renderer.render(0));
     renderer.cancelAll();
     EXPECT_TRUE(renderer.render(1)) << "cancel-all only drops work begun before it";
+    AudioRenderer audio(build({numbered()}), cancel);
     cancel->cancel();
     EXPECT_THROW(renderer.render(2), Cancelled);
+    EXPECT_THROW(audio.read(1024), Cancelled);
+    // A cancel raised while a source opens reaches FFmpeg's I/O through its interrupt callback.
+    EXPECT_THROW(VideoRenderer(build({numbered()}), cancel).render(0), Cancelled);
 }
 
 // All of the timeline's audio, left channel.
@@ -201,6 +208,71 @@ TEST(AudioRenderer, SilenceWithoutAnAudioTrack) {
     const std::vector<float> left = renderAll(renderer);
     EXPECT_EQ(left.size(), 96000u);
     EXPECT_EQ(*std::max_element(left.begin(), left.end()), 0.0f);
+}
+
+} // namespace
+} // namespace vimbo
+
+namespace vimbo {
+namespace {
+
+// Every real sample movie, probed as the project would, plays through both renderers: the
+// picture at its start, middle and end, the whole sound, of the right sizes and lengths.
+TEST(Renderers, RealSamples) {
+    VIMBO_REQUIRE_SAMPLES();
+    const char* names[] = {"dolbyVision-hdr.MOV",
+                           "portrait_4k60.mp4",
+                           "pixel7_videoOnly_cleaned.mp4",
+                           "internal_emulator_transformer_output_270_rotated.mp4",
+                           "sample_rotate_and_reflect.mp4",
+                           "rotate-buck-bunny.mp4",
+                           "hlg10-color-test.mp4",
+                           "hdr10-video-with-sdr-container.mp4",
+                           "sample_with_colr_mdcv_and_clli.mp4",
+                           "sowt-with-video.mov",
+                           "sample_ipcm_16be.mp4",
+                           "cursed-vfr.mp4",
+                           "sample_android_slow_motion.mp4",
+                           "edit_list_positive_shift.mp4",
+                           "bbb_800x640_768kbps_30fps_avc_2b_firstpts_10_sec.mp4",
+                           "sample_shorter_audio.mp4",
+                           "video-h265.mp4",
+                           "sample_av1.mp4",
+                           "bbb_176x144_128kbps_15fps_h263.3gp",
+                           "sample_12_5fps_720p_1s.mp4",
+                           "sar_2x1.mp4",
+                           "bt601.mov",
+                           "sample_empty_track.mp4",
+                           "iibbibb_editlist_videoonly.mp4",
+                           "no_timescale.mp4"};
+    for (const char* name : names) {
+        const QUrl url = QUrl::fromLocalFile(test::sample(name));
+        const MediaInfo info = MediaProbe::probe(url);
+        if (!info.isUsable())
+            continue;
+        Segment s{url, info, {}};
+        s.edits.trimEnd = std::max(0.0, info.duration - 3); // at most 3 s of each
+        std::shared_ptr<const Timeline> timeline;
+        try {
+            timeline = build({s});
+        } catch (const VimboError& e) {
+            ADD_FAILURE() << name << ": " << e.what();
+            continue;
+        }
+        VideoRenderer video(timeline);
+        const Size size = video.size();
+        for (std::int64_t n : {std::int64_t(0), video.frameCount() / 2, video.frameCount() - 1}) {
+            const ff::FramePtr frame = video.render(n);
+            ASSERT_TRUE(frame) << name;
+            EXPECT_EQ(frame->width, int(size.width)) << name;
+            EXPECT_EQ(frame->height, int(size.height)) << name;
+        }
+        AudioRenderer audio(timeline);
+        std::int64_t samples = 0;
+        while (const ff::FramePtr frame = audio.read(4096))
+            samples += frame->nb_samples;
+        EXPECT_EQ(samples, AudioRenderer::sampleAt(timeline->duration())) << name;
+    }
 }
 
 } // namespace
