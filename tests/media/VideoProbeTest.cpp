@@ -72,6 +72,15 @@ TEST(VideoProbe, FactsOfGeneratedMovies) {
          "",
          false},
         {"hlg.mov", movie(picture, "", x265 + hlg), {320, 240}, 1, 30, "hev1", "", true},
+        // H.263's sample entry leaves the picture size to the bitstream.
+        {"h263.mp4",
+         movie("testsrc=size=176x144:rate=15:duration=1", "", {"-c:v", "h263", "-f", "3gp"}),
+         {176, 144},
+         1,
+         15,
+         "s263",
+         "",
+         false},
         // The header of a fragmented movie lists no samples; they are in the fragments.
         {"fragmented.mp4",
          movie(picture, mono, {"-movflags", "frag_keyframe+empty_moov"}),
