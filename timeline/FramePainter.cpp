@@ -230,6 +230,73 @@ bool FramePainter::scale(const AVFrame& source, const Rect& crop, int width, int
     return true;
 }
 
+namespace {
+
+using Rect = FramePainter::Rect;
+
+// Which part of a placed picture shows, and where that part comes from.
+struct Window {
+    Rect shown;  // in the output frame
+    Rect stored; // the same part of the picture scaled to qw × qh in the stored orientation
+    Rect crop;   // the source pixels under it, widened to whole chroma samples
+    Rect scaled; // where `crop` lands in the qw × qh picture
+    int qw = 0, qh = 0;
+};
+
+Window windowOf(const AVFrame& source, const PlaneMap& map, const Placement& placement, int width,
+                int height) {
+    Window w;
+    w.shown = {std::max(placement.x, 0), std::max(placement.y, 0),
+               std::min(placement.x + placement.width, width),
+               std::min(placement.y + placement.height, height)};
+    const Rect& v = w.shown;
+    const Rect p{v.x0 - placement.x, v.y0 - placement.y, v.x1 - placement.x, v.y1 - placement.y};
+    w.qw = map.swap ? placement.height : placement.width;
+    w.qh = map.swap ? placement.width : placement.height;
+    Rect r = map.swap ? Rect{p.y0, p.x0, p.y1, p.x1} : p;
+    if (map.flipX)
+        r = {w.qw - r.x1, r.y0, w.qw - r.x0, r.y1};
+    if (map.flipY)
+        r = {r.x0, w.qh - r.y1, r.x1, w.qh - r.y0};
+    w.stored = r;
+
+    const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
+    const int ax = desc ? 1 << desc->log2_chroma_w : 1, ay = desc ? 1 << desc->log2_chroma_h : 1;
+    const int sw = source.width, sh = source.height;
+    auto up = [](double x, int step) {
+        return (static_cast<int>(std::ceil(x)) + step - 1) / step * step;
+    };
+    w.crop = {r.x0 * sw / w.qw / ax * ax, r.y0 * sh / w.qh / ay * ay,
+              std::min(sw, up(static_cast<double>(r.x1) * sw / w.qw, ax)),
+              std::min(sh, up(static_cast<double>(r.y1) * sh / w.qh, ay))};
+    w.scaled = {roundedScale(w.crop.x0, w.qw, sw), roundedScale(w.crop.y0, w.qh, sh),
+                w.crop.x1 == sw ? w.qw : roundedScale(w.crop.x1, w.qw, sw),
+                w.crop.y1 == sh ? w.qh : roundedScale(w.crop.y1, w.qh, sh)};
+    return w;
+}
+
+// Copies `part` of the scaled picture into `shown` of the output frame, turned by `map`.
+void copyTurned(const AVFrame& scaled, const Rect& part, AVFrame* out, const Rect& shown,
+                const PlaneMap& map) {
+    for (int plane = 0; plane < 3; ++plane) {
+        const int s = plane == 0 ? 0 : 1;
+        const Rect from{part.x0 >> s, part.y0 >> s, (part.x1 + s) >> s, (part.y1 + s) >> s};
+        const Rect to{shown.x0 >> s, shown.y0 >> s, (shown.x1 + s) >> s, (shown.y1 + s) >> s};
+        const int w = std::min(to.width(), map.swap ? from.height() : from.width());
+        const int h = std::min(to.height(), map.swap ? from.width() : from.height());
+        // Flips count from the far edge of the copied block, so take the block from there.
+        const int fw = map.swap ? h : w, fh = map.swap ? w : h;
+        const int fx = map.flipX ? from.x1 - fw : from.x0;
+        const int fy = map.flipY ? from.y1 - fh : from.y0;
+        remap(scaled.data[plane] + static_cast<std::ptrdiff_t>(fy) * scaled.linesize[plane] + fx,
+              scaled.linesize[plane],
+              out->data[plane] + static_cast<std::ptrdiff_t>(to.y0) * out->linesize[plane] + to.x0,
+              out->linesize[plane], w, h, map);
+    }
+}
+
+} // namespace
+
 ff::FramePtr FramePainter::paint(const AVFrame& source, const PlaneMap& map,
                                  const Placement& placement, int width, int height) {
     if (map.isIdentity() && placement == Placement{1, Resampling::none, 0, 0, width, height} &&
@@ -241,75 +308,30 @@ ff::FramePtr FramePainter::paint(const AVFrame& source, const PlaneMap& map,
         return shared;
     }
     ff::FramePtr out = outputFrame(width, height);
-    // The part of the frame the picture covers, and the same part in picture coordinates.
-    const Rect shown{std::max(placement.x, 0), std::max(placement.y, 0),
-                     std::min(placement.x + placement.width, width),
-                     std::min(placement.y + placement.height, height)};
-    fillOutside(out.get(), shown.x0, shown.y0, shown.x1, shown.y1);
-    if (shown.isEmpty() || source.width <= 0 || source.height <= 0)
+    const Window w = windowOf(source, map, placement, width, height);
+    fillOutside(out.get(), w.shown.x0, w.shown.y0, w.shown.x1, w.shown.y1);
+    if (w.shown.isEmpty() || source.width <= 0 || source.height <= 0 || w.scaled.isEmpty())
         return out;
-    const Rect p{shown.x0 - placement.x, shown.y0 - placement.y, shown.x1 - placement.x,
-                 shown.y1 - placement.y};
-
-    // The same part in the stored orientation, on the picture scaled to qw × qh.
-    const int qw = map.swap ? placement.height : placement.width;
-    const int qh = map.swap ? placement.width : placement.height;
-    Rect r = map.swap ? Rect{p.y0, p.x0, p.y1, p.x1} : p;
-    if (map.flipX)
-        r = {qw - r.x1, r.y0, qw - r.x0, r.y1};
-    if (map.flipY)
-        r = {r.x0, qh - r.y1, r.x1, qh - r.y0};
-
-    // The source pixels under it, widened to whole chroma samples, and where they land.
-    const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source.format));
-    const int ax = desc ? 1 << desc->log2_chroma_w : 1, ay = desc ? 1 << desc->log2_chroma_h : 1;
-    const int sw = source.width, sh = source.height;
-    Rect crop{
-        r.x0 * sw / qw / ax * ax, r.y0 * sh / qh / ay * ay,
-        std::min(sw, (static_cast<int>(std::ceil(static_cast<double>(r.x1) * sw / qw)) + ax - 1) /
-                         ax * ax),
-        std::min(sh, (static_cast<int>(std::ceil(static_cast<double>(r.y1) * sh / qh)) + ay - 1) /
-                         ay * ay)};
-    const Rect scaled{roundedScale(crop.x0, qw, sw), roundedScale(crop.y0, qh, sh),
-                      crop.x1 == sw ? qw : roundedScale(crop.x1, qw, sw),
-                      crop.y1 == sh ? qh : roundedScale(crop.y1, qh, sh)};
-    if (scaled.isEmpty())
-        return out;
-
-    if (map.isIdentity() && scaled == Rect{0, 0, qw, qh} && r == scaled) {
+    if (map.isIdentity() && w.scaled == Rect{0, 0, w.qw, w.qh} && w.stored == w.scaled) {
         // The whole picture shows upright: scale straight into place.
-        std::uint8_t* planes[4] = {
-            out->data[0] + static_cast<std::ptrdiff_t>(shown.y0) * out->linesize[0] + shown.x0,
-            out->data[1] + static_cast<std::ptrdiff_t>(shown.y0 / 2) * out->linesize[1] +
-                shown.x0 / 2,
-            out->data[2] + static_cast<std::ptrdiff_t>(shown.y0 / 2) * out->linesize[2] +
-                shown.x0 / 2,
-            nullptr};
-        scale(source, crop, qw, qh, placement.resampling, planes, out->linesize);
+        std::uint8_t* planes[4] = {};
+        for (int p = 0; p < 3; ++p) {
+            const int s = p == 0 ? 0 : 1;
+            planes[p] = out->data[p] +
+                        static_cast<std::ptrdiff_t>(w.shown.y0 >> s) * out->linesize[p] +
+                        (w.shown.x0 >> s);
+        }
+        scale(source, w.crop, w.qw, w.qh, placement.resampling, planes, out->linesize);
         return out;
     }
-    AVFrame* tmp = scratch(scaled.width(), scaled.height());
-    if (!scale(source, crop, tmp->width, tmp->height, placement.resampling, tmp->data,
+    AVFrame* tmp = scratch(w.scaled.width(), w.scaled.height());
+    if (!scale(source, w.crop, tmp->width, tmp->height, placement.resampling, tmp->data,
                tmp->linesize))
         return out;
-    const Rect inTmp{std::max(r.x0 - scaled.x0, 0), std::max(r.y0 - scaled.y0, 0),
-                     std::min(r.x1 - scaled.x0, tmp->width),
-                     std::min(r.y1 - scaled.y0, tmp->height)};
-    for (int plane = 0; plane < 3; ++plane) {
-        const int s = plane == 0 ? 0 : 1;
-        const Rect from{inTmp.x0 >> s, inTmp.y0 >> s, (inTmp.x1 + s) >> s, (inTmp.y1 + s) >> s};
-        const Rect to{shown.x0 >> s, shown.y0 >> s, (shown.x1 + s) >> s, (shown.y1 + s) >> s};
-        const int w = std::min(to.width(), map.swap ? from.height() : from.width());
-        const int h = std::min(to.height(), map.swap ? from.width() : from.height());
-        // Flips count from the far edge of the copied block, so take the block from there.
-        const int fw = map.swap ? h : w, fh = map.swap ? w : h;
-        const int fx = map.flipX ? from.x1 - fw : from.x0;
-        const int fy = map.flipY ? from.y1 - fh : from.y0;
-        remap(tmp->data[plane] + static_cast<std::ptrdiff_t>(fy) * tmp->linesize[plane] + fx,
-              tmp->linesize[plane],
-              out->data[plane] + static_cast<std::ptrdiff_t>(to.y0) * out->linesize[plane] + to.x0,
-              out->linesize[plane], w, h, map);
-    }
+    const Rect part{std::max(w.stored.x0 - w.scaled.x0, 0), std::max(w.stored.y0 - w.scaled.y0, 0),
+                    std::min(w.stored.x1 - w.scaled.x0, tmp->width),
+                    std::min(w.stored.y1 - w.scaled.y0, tmp->height)};
+    copyTurned(*tmp, part, out.get(), w.shown, map);
     return out;
 }
 

@@ -24,7 +24,7 @@ public:
     ff::FramePtr paint(const AVFrame& source, const PlaneMap& map, const Placement& placement,
                        int width, int height);
 
-private:
+    // A pixel rectangle from (x0, y0) up to, not including, (x1, y1).
     struct Rect {
         int x0 = 0, y0 = 0, x1 = 0, y1 = 0;
         int width() const { return x1 - x0; }
@@ -32,6 +32,8 @@ private:
         bool isEmpty() const { return x1 <= x0 || y1 <= y0; }
         friend bool operator==(const Rect&, const Rect&) = default;
     };
+
+private:
     // What configured the scaler last; a change of any field sets it up again.
     struct ScalerKey {
         int srcWidth = 0, srcHeight = 0, format = -1, width = 0, height = 0, flags = 0;
