@@ -202,24 +202,28 @@ int run(const Options& options) {
 
     std::printf("\nwall and processor seconds (all threads); ratio = ffmpeg / ours; x rt = "
                 "timeline length / our wall time\n");
-    std::printf("%-10s %6s %8s %8s %8s %8s %6s %6s %6s %8s %7s\n", "size", "frames", "ours",
-                "ours cpu", "ffmpeg", "ff cpu", "ratio", "cpu r", "x rt", "audio", "aud x");
+    std::printf("%-10s %6s %6s %8s %8s %8s %8s %6s %6s %6s %8s %7s\n", "size", "build", "frames",
+                "ours", "ours cpu", "ffmpeg", "ff cpu", "ratio", "cpu r", "x rt", "audio", "aud x");
     std::vector<std::optional<double>> edges{std::nullopt, 1280};
     if (options.previewOnly)
         edges.erase(edges.begin());
     for (std::optional<double> edge : edges) {
+        QElapsedTimer building;
+        building.start();
         const auto timeline = std::make_shared<const Timeline>(
             Timeline::build(segments, {FrameShape::auto_, FillMode::fit}, edge, false));
+        const double built = building.elapsed() / 1000.0;
         const Size size = timeline->renderSize();
         std::int64_t frames = 0;
         const Timing ours = ourVideo(timeline, &frames);
         const Timing ff = options.oursOnly ? Timing{} : theirs(ffmpegJob(clips, size));
         const double audio = ourAudio(timeline);
         const double length = timeline->duration().seconds();
-        std::printf("%4.0fx%-5.0f %6lld %8.2f %8.2f %8.2f %8.2f %6.2f %6.2f %6.2f %8.2f %7.0f\n",
-                    size.width, size.height, static_cast<long long>(frames), ours.wall, ours.cpu,
-                    ff.wall, ff.cpu, ff.wall / ours.wall, ff.cpu / ours.cpu, length / ours.wall,
-                    audio, length / audio);
+        std::printf(
+            "%4.0fx%-5.0f %6.3f %6lld %8.2f %8.2f %8.2f %8.2f %6.2f %6.2f %6.2f %8.2f %7.0f\n",
+            size.width, size.height, built, static_cast<long long>(frames), ours.wall, ours.cpu,
+            ff.wall, ff.cpu, ff.wall / ours.wall, ff.cpu / ours.cpu, length / ours.wall, audio,
+            length / audio);
         std::fflush(stdout);
     }
     std::printf("\ntimeline: %s s of 1080p at 0.5×, %s s of portrait 1080p at 2×, %s s of 4K, "

@@ -63,8 +63,11 @@ void FrameSource::decodeNext() {
 bool FrameSource::worthSeeking(std::int64_t target) const {
     if (target < origin_ || (current_ && target < timestamp(current_.get())))
         return true; // backwards: decoding restarts from an earlier key frame
-    const std::int64_t position =
-        current_ ? timestamp(current_.get()) : (next_ ? timestamp(next_.get()) : origin_);
+    // With no frame at all from here (an empty stream, or a seek past the end) only a jump
+    // backwards, handled above, can help.
+    if (!current_ && !next_)
+        return false;
+    const std::int64_t position = current_ ? timestamp(current_.get()) : timestamp(next_.get());
     if (target <= position)
         return false;
     const double ahead = static_cast<double>(target - position) * av_q2d(timeBase_);
