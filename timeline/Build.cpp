@@ -27,6 +27,10 @@ TimeRange streamRange(const ff::Demuxer& input, int index) {
     return {begin, std::max(fileEnd - begin, MediaTime::zero())};
 }
 
+bool decodable(const ff::Demuxer& input, int stream) {
+    return stream >= 0 && avcodec_find_decoder(input.stream(stream)->codecpar->codec_id);
+}
+
 // The state of one build: the tracks being filled and the cursor after the last segment.
 class Assembly {
 public:
@@ -82,7 +86,7 @@ private:
     void addVideo(const Segment& s) {
         const ff::Demuxer input(s.url);
         const int videoStream = input.firstVideoStream();
-        if (videoStream < 0)
+        if (!decodable(input, videoStream))
             throw VimboError::unreadable(s.url);
         const TimeRange track = streamRange(input, videoStream);
         const Segment::Range trimmed = s.trimmedRange();
@@ -108,8 +112,9 @@ private:
 
     void addAudio(const Segment& s, const ff::Demuxer& input, const TimeRange& source) {
         const TimeRange clip{cursor_, source.duration};
+        // Sound that no decoder here can play is left out like a missing track.
         const int audioStream = s.edits.muted ? -1 : input.firstAudioStream();
-        if (audioStream < 0) {
+        if (!decodable(input, audioStream)) {
             silence(clip);
             return;
         }

@@ -244,7 +244,10 @@ TEST(Renderers, RealSamples) {
                            "bt601.mov",
                            "sample_empty_track.mp4",
                            "iibbibb_editlist_videoonly.mp4",
-                           "no_timescale.mp4"};
+                           "no_timescale.mp4",
+                           "sample_fpcm_32le.mp4",
+                           "sample_fragmented.mp4",
+                           "sample_vvc.mp4"};
     for (const char* name : names) {
         const QUrl url = QUrl::fromLocalFile(test::sample(name));
         const MediaInfo info = MediaProbe::probe(url);
