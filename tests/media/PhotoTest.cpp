@@ -97,6 +97,7 @@ TEST(PhotoLoad, RealFormats) {
         {"g4_orientation_6.tif", 295, {295, 44}},
         {"hopper_orientation_6.webp", 64, {64, 64}},
         {"black_large.webp", 320, {320, 180}},
+        {"example.avif", 400, {400, 267}},
         {"density_plot.png", 1000, {800, 800}},
         {"exif_imagemagick_orientation.png", 256, {256, 256}},
     };
