@@ -1,4 +1,5 @@
 // `vimbo merge` and `vimbo export` end to end: the real program on generated files.
+#include "model/SessionStore.h"
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
 
@@ -19,10 +20,16 @@ struct Result {
     QString errors; // stderr
 };
 
-Result vimbo(const QStringList& arguments, std::function<void()> childSetup = {}) {
+Result vimbo(const QStringList& arguments, std::function<void()> childSetup = {},
+             const QString& dataHome = {}) {
     QProcess process;
     if (childSetup)
         process.setChildProcessModifier(childSetup);
+    if (!dataHome.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
+        process.setProcessEnvironment(environment);
+    }
     process.start(QStringLiteral(VIMBO_BINARY), arguments);
     process.waitForFinished(300'000);
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
@@ -79,6 +86,32 @@ TEST(MergeCommand, MergesFilesAndFoldersAsTheWindowWould) {
         EXPECT_NEAR(movieDuration(written), c.duration, 1.0 / 30);
         EXPECT_EQ(size(written), c.size);
     }
+}
+
+TEST(MergeCommand, ExportWritesTheSavedProjectWithItsEdits) {
+    const QString clip = flashClip();
+    const QString dataHome = scratchFolder();
+    Saved saved;
+    for (int i = 0; i < 2; ++i) {
+        Clip c;
+        c.id = QUuid::createUuid();
+        c.url = QUrl::fromLocalFile(clip);
+        c.added = i;
+        saved.clips.push_back(c);
+    }
+    saved.clips[0].edits.trimStart = 0.5;
+    saved.clips[1].edits.speed = 2;
+    saved.layout.shape = FrameShape::tall;
+    saved.nextAdded = 2;
+    ASSERT_TRUE(SessionStore(dataHome + QStringLiteral("/Vimbo")).save(saved));
+    const QString out = scratchFolder() + QStringLiteral("/saved.mov");
+    const Result r = vimbo({QStringLiteral("export"), QStringLiteral("--quality"),
+                            QStringLiteral("high"), QStringLiteral("-o"), out},
+                           {}, dataHome);
+    EXPECT_EQ(r.exitCode, 0) << r.errors.toStdString();
+    EXPECT_EQ(decodeErrors(out), QString());
+    EXPECT_NEAR(movieDuration(out), 1.5 + 1.0, 1.0 / 30);
+    EXPECT_EQ(size(out).toStdString(), "180,320") << "the saved 9:16 layout";
 }
 
 TEST(MergeCommand, BadArgumentsAreUsageErrors) {
