@@ -7,7 +7,9 @@
 #include "timeline/Timeline.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 
 #include <future>
 #include <gtest/gtest.h>
@@ -214,6 +216,63 @@ TEST(Carrier, WrittenOnceWithItsContents) {
     }
     EXPECT_EQ(samples, 48000);
     EXPECT_EQ(nonZero, 0);
+}
+
+// Runs this test program again with only `test` selected, `mode` in VIMBO_CARRIER_CHILD and
+// the temporary folder at `temp`; returns what it printed.
+QString child(const char* test, const char* mode, const QString& temp) {
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("VIMBO_CARRIER_CHILD", mode);
+    env.insert("TMPDIR", temp);
+    p.setProcessEnvironment(env);
+    p.start(QCoreApplication::applicationFilePath(), {QString("--gtest_filter=Carrier.") + test});
+    p.waitForFinished(120000);
+    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+// Run by the tests below in a process of its own, where the carrier is not written yet.
+TEST(Carrier, InAFreshRun) {
+    const QByteArray mode = qgetenv("VIMBO_CARRIER_CHILD");
+    if (mode.isEmpty())
+        GTEST_SKIP() << "run as a child of the carrier tests";
+    if (mode == "write") {
+        Carrier::tracks();
+        std::printf("carrier=%s\n", qPrintable(Carrier::path()));
+        return;
+    }
+    // The temporary "folder" is a file: the first use fails, and so does every later one with
+    // the same error.
+    std::optional<VimboError> first;
+    try {
+        Carrier::tracks();
+    } catch (const VimboError& e) {
+        first = e;
+    }
+    ASSERT_TRUE(first);
+    try {
+        Carrier::tracks();
+        ADD_FAILURE() << "the second use succeeded";
+    } catch (const VimboError& e) {
+        EXPECT_EQ(e, *first);
+    }
+    EXPECT_FALSE(QFileInfo::exists(Carrier::path()));
+}
+
+TEST(Carrier, FailureStaysAndFileGoesAtExit) {
+    if (!qgetenv("VIMBO_CARRIER_CHILD").isEmpty())
+        GTEST_SKIP();
+    const QString temp = test::scratchFolder();
+    const QString out = child("InAFreshRun", "write", temp);
+    const qsizetype at = out.indexOf("carrier=");
+    ASSERT_GE(at, 0) << out.toStdString();
+    const QString written = out.mid(at + 8).section('\n', 0, 0);
+    EXPECT_TRUE(written.startsWith(temp + "/Vimbo-carrier-"));
+    EXPECT_FALSE(QFileInfo::exists(written)) << "removed when the run ended";
+    QFile notAFolder(temp + "/not-a-folder");
+    ASSERT_TRUE(notAFolder.open(QIODevice::WriteOnly));
+    child("InAFreshRun", "fail", notAFolder.fileName());
 }
 
 } // namespace
