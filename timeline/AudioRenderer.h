@@ -9,6 +9,10 @@
 // Threads: one thread at a time calls seek() and read() (export's audio thread, or the
 // preview's audio feeder); it runs independently of the video renderer. The timeline is shared
 // and read-only; the cancel flag, when given, is shared with the job that owns it.
+//
+// Export reads frames of the encoder's frame size until read() returns null, and writes no
+// audio track when hasAudio() is false. The preview reads ahead of its audio output, which is
+// its clock, and calls seek(t) to jump.
 
 #include "media/ff/Cancel.h"
 #include "media/ff/Ptr.h"

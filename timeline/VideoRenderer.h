@@ -12,6 +12,11 @@
 // shared and read-only; the cancel flag, when given, is shared with the job that owns it.
 // Frames returned are yuv420p, BT.709, with pts = n in units of frameDuration(); they may share
 // pixels with earlier frames, so they are read-only.
+//
+// Export renders n = 0 … frameCount() − 1 in order and encodes each frame. The preview renders
+// frameAt(clock) onwards a few frames ahead of its clock; to jump it calls cancelAll() (so a
+// frame being made for the old position is dropped) and goes on from frameAt(newTime): the
+// source decoders seek by themselves when the time jumps.
 
 #include "media/ff/Cancel.h"
 #include "media/ff/Ptr.h"
