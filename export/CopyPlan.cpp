@@ -57,11 +57,20 @@ CopyRefusal cutVideo(const CopyClip& clip, VideoCut& cut) {
     if (start == INT64_MAX)
         return CopyRefusal::trimStartBetweenFrames;
     const std::int64_t tol = tolerance(tb);
+    // The track's own length decides how long its last frame shows, as a player shows it;
+    // a track that ends before its last frame does is a trim like any other.
+    const std::int64_t framesEnd = trackEnd;
+    if (clip.video.declaredEnd > start)
+        trackEnd = clip.video.declaredEnd;
+    if (trackEnd < framesEnd - tol && !frameAt(packets, trackEnd, tol))
+        return CopyRefusal::trimEndBetweenFrames;
     const auto first = frameAt(packets, start + toTicks(clip.lower, tb), tol);
     if (!first)
         return CopyRefusal::trimStartBetweenFrames;
     std::int64_t end = trackEnd;
     const std::int64_t upper = start + toTicks(clip.upper, tb);
+    if (trackEnd < framesEnd - tol)
+        end = *frameAt(packets, trackEnd, tol);
     if (upper < trackEnd - tol) {
         const auto last = frameAt(packets, upper, tol);
         if (!last)

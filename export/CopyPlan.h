@@ -39,6 +39,9 @@ struct VideoFacts {
     int height = 0;
     QByteArray extradata; // the parameter sets
     AVRational timeBase{1, 1};
+    // Where the track says it ends (its last frame may be held past its stated duration), or
+    // 0 when it does not say.
+    std::int64_t declaredEnd = 0;
     std::vector<PacketStamp> packets; // in decoding order
 };
 

@@ -85,8 +85,13 @@ Exporter::Plan Exporter::prepare() {
     if (isPassthrough()) {
         plan.timeline = build(std::nullopt, true);
         // Our stand-in for asking whether the copy is compatible: read the packet tables and
-        // see whether every trim and join can be honoured exactly.
-        plan.copy = prepareCopy(copyTrims(segments_), paths(segments_), *cancel_);
+        // see whether every trim and join can be honoured exactly. A file whose packets
+        // cannot be read that way may still decode, so that too only rules the copy out.
+        try {
+            plan.copy = prepareCopy(copyTrims(segments_), paths(segments_), *cancel_);
+        } catch (const VimboError&) {
+            plan.copy.reset();
+        }
         if (plan.copy) {
             plan.preset = Preset::passthrough;
             return plan;

@@ -79,6 +79,8 @@ SourceScan scanSource(const QString& path, bool withAudio, const CancelFlag& can
     video.height = vs->codecpar->height;
     video.extradata = bytes(vs->codecpar->extradata, vs->codecpar->extradata_size);
     video.timeBase = vs->time_base;
+    const std::int64_t declaredLength =
+        vs->duration > 0 && vs->duration != AV_NOPTS_VALUE ? vs->duration : 0;
     AudioFacts audio;
     if (source.audio >= 0) {
         const AVStream* as = c->streams[source.audio];
@@ -104,6 +106,13 @@ SourceScan scanSource(const QString& path, bool withAudio, const CancelFlag& can
             audio.packets.push_back(stampOf(packet.get()));
         av_packet_unref(packet.get());
     }
+    // The track's length counts from its first shown frame.
+    std::int64_t first = INT64_MAX;
+    for (const PacketStamp& p : video.packets)
+        if (!p.discard)
+            first = std::min(first, p.pts);
+    if (declaredLength > 0 && first != INT64_MAX)
+        video.declaredEnd = first + declaredLength;
     if (source.audio >= 0 && !audio.packets.empty())
         scan.clip.audio = std::move(audio);
     return scan;
