@@ -110,9 +110,9 @@ void Exporter::export_(const QString& destination, const Progress& progress) {
     removeFile(destination);
     {
         std::lock_guard lock(lock_);
+        // Either cancel() came first and nothing starts, or the job starts and sees the flag.
         if (cancelled_)
             throw Cancelled();
-        started_ = true;
         chosen_ = plan.preset;
     }
     try {

@@ -108,6 +108,21 @@ TEST(CopyPlan, TrimsAndJoinsAreCopiedOnlyWhenExact) {
     }
 }
 
+TEST(CopyPlan, TheTracksStatedLengthEndsIt) {
+    VideoFacts held = video(30, "IPPPPPPPPPPPPPP");
+    held.declaredEnd = 31 * tick + 100; // the last frame shows a little longer
+    VideoFacts cut = video(30, "IPPPPPPPPPPPPPP");
+    cut.declaredEnd = 27 * tick; // the track's edit ends three frames early
+    VideoFacts ragged = cut;
+    ragged.declaredEnd = 27 * tick + 200;
+    const PlanResult a = planCopy({clip(held, 0, 5), clip(cut, 0, 5)});
+    ASSERT_TRUE(a.plan) << refusalText(a.refusal);
+    EXPECT_EQ(a.plan->video[1].outputStart, 31 * tick + 100);
+    EXPECT_EQ(a.plan->video[1].endPacket - a.plan->video[1].firstPacket, 27);
+    EXPECT_EQ(a.plan->duration, 31 * tick + 100 + 27 * tick);
+    EXPECT_EQ(planCopy({clip(ragged, 0, 5)}).refusal, CopyRefusal::trimEndBetweenFrames);
+}
+
 TEST(CopyPlan, VideoLandsEndToEndWithDecodingOrderKept) {
     const VideoFacts ibp = video(60, "IBBPBBPBBPBBPBB");
     const PlanResult r = planCopy({clip(ibp, 0.5, 2), clip(ibp, 0, 1.0), clip(ibp, 1.0, 2)});

@@ -81,7 +81,7 @@ TEST(StreamCopy, JoinsBitExactlyWithTrimsSilenceAndSync) {
     }
 }
 
-TEST(StreamCopy, PortraitClipsKeepTheirDisplayMatrix) {
+TEST(StreamCopy, PortraitClipsPlayUpright) {
     VIMBO_REQUIRE_SAMPLES();
     const QString portrait = sample(QStringLiteral("rotate-buck-bunny.mp4"));
     const std::vector<Segment> segments{probed(portrait), probed(portrait)};
@@ -93,6 +93,20 @@ TEST(StreamCopy, PortraitClipsKeepTheirDisplayMatrix) {
     const QByteArray matrix = displayMatrix(out);
     EXPECT_FALSE(matrix.isEmpty());
     EXPECT_EQ(matrix, displayMatrix(portrait));
+
+    // A re-encode draws the frames upright instead: a portrait picture, no matrix.
+    Exporter encoder({segments[0]}, {}, ExportFormat::mp4, ExportQuality::smaller);
+    ASSERT_EQ(runExport(encoder, out).kind, Outcome::Kind::done);
+    EXPECT_TRUE(displayMatrix(out).isEmpty());
+    const Marks m = marks(out);
+    EXPECT_GT(m.videoEnd, 1.8);
+    QString size;
+    run(QStringLiteral("ffprobe"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+         QStringLiteral("stream=width,height"), QStringLiteral("-select_streams"),
+         QStringLiteral("v"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), out},
+        &size);
+    EXPECT_EQ(size.trimmed().toStdString(), "1080,1920");
 }
 
 TEST(StreamCopy, InexactJoinsAreReencodedInstead) {
