@@ -49,11 +49,14 @@ void FrameSource::decodeNext() {
         cancel_->throwIfCancelled();
     ff::FramePtr frame = ff::makeFrame();
     while (decoder_.receive(frame.get())) {
-        if (timestamp(frame.get()) != AV_NOPTS_VALUE) {
+        // A frame that cannot be placed in time is of no use. Just after a seek, frames shown
+        // before the key frame (an open GOP's leading pictures) lack their references.
+        awaitingKey_ = awaitingKey_ && !frame->key_frame;
+        if (timestamp(frame.get()) != AV_NOPTS_VALUE && !awaitingKey_) {
             next_ = std::move(frame);
             return;
         }
-        av_frame_unref(frame.get()); // a frame that cannot be placed in time is of no use
+        av_frame_unref(frame.get());
     }
     if (cancel_)
         cancel_->throwIfCancelled();
@@ -80,12 +83,26 @@ bool FrameSource::worthSeeking(std::int64_t target) const {
 }
 
 void FrameSource::seek(std::int64_t target) {
-    input_.seek(track_.stream, target);
-    decoder_.flush();
-    current_.reset();
-    next_.reset();
+    // Demuxers find key frames by decoding time; with reordered frames (and edit lists) the key
+    // frame found may show after the target, or not at all. Then look again, further back each
+    // time.
+    const std::int64_t second = std::max<std::int64_t>(1, av_rescale_q(1, {1, 1}, timeBase_));
+    const AVStream* s = input_.stream(track_.stream);
+    const std::int64_t start = s->start_time != AV_NOPTS_VALUE ? s->start_time : 0;
+    for (std::int64_t back = 0;; back = back ? back * 2 : second) {
+        input_.seek(track_.stream, target - back);
+        decoder_.flush();
+        awaitingKey_ = target - back > start;
+        current_.reset();
+        next_.reset();
+        decodeNext();
+        // No frame at all is the same story: an open-GOP key frame that the decoder waits
+        // past until the next IDR frame.
+        if ((next_ && timestamp(next_.get()) <= target) || target - back <= start ||
+            back > 64 * second)
+            break;
+    }
     origin_ = target;
-    decodeNext();
 }
 
 const AVFrame* FrameSource::frameAt(const MediaTime& t) {

@@ -8,6 +8,8 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <set>
+#include <string>
 
 namespace vimbo {
 namespace {
@@ -248,6 +250,14 @@ TEST(Renderers, RealSamples) {
                            "sample_fpcm_32le.mp4",
                            "sample_fragmented.mp4",
                            "sample_vvc.mp4"};
+    // Frames that are flat in the file itself (-1: all of them), and the black the renderer
+    // shows after a source's last frame when its track claims to last longer.
+    const std::set<std::pair<std::string, std::int64_t>> flatFrames{
+        {"rotate-buck-bunny.mp4", 0},         // fades in from black
+        {"edit_list_positive_shift.mp4", -1}, // a black picture
+        {"no_timescale.mp4", 0},              // mid-grey until its first good frame
+        {"bt601.mov", 30}, // the last frame ends at 1.001 s, the track at 1.020 s
+    };
     for (const char* name : names) {
         const QUrl url = QUrl::fromLocalFile(test::sample(name));
         const MediaInfo info = MediaProbe::probe(url);
@@ -269,6 +279,15 @@ TEST(Renderers, RealSamples) {
             ASSERT_TRUE(frame) << name;
             EXPECT_EQ(frame->width, int(size.width)) << name;
             EXPECT_EQ(frame->height, int(size.height)) << name;
+            // A picture, not the flat black of a frame the source did not have.
+            int low = 255, high = 0;
+            for (int y = 0; y < frame->height; y += 4)
+                for (int x = 0; x < frame->width; x += 4) {
+                    low = std::min<int>(low, frame->data[0][y * frame->linesize[0] + x]);
+                    high = std::max<int>(high, frame->data[0][y * frame->linesize[0] + x]);
+                }
+            const bool flat = flatFrames.count({name, n}) || flatFrames.count({name, -1});
+            EXPECT_EQ(high - low <= 4, flat) << name << " frame " << n;
         }
         AudioRenderer audio(timeline);
         std::int64_t samples = 0;
