@@ -26,6 +26,8 @@ FrameSource::FrameSource(const SourceTrack& track, const CancelFlag* cancel)
     const AVRational rate = s->avg_frame_rate.num > 0 ? s->avg_frame_rate : s->r_frame_rate;
     nominalDuration_ =
         rate.num > 0 ? std::max<std::int64_t>(1, av_rescale_q(1, av_inv_q(rate), timeBase_)) : 1;
+    if (s->duration > 0 && s->duration != AV_NOPTS_VALUE)
+        trackEnd_ = (s->start_time != AV_NOPTS_VALUE ? s->start_time : 0) + s->duration;
     decodeNext();
 }
 
@@ -41,7 +43,10 @@ std::int64_t FrameSource::timestamp(const AVFrame* f) const {
 std::int64_t FrameSource::end(const AVFrame* f) const {
     if (next_)
         return timestamp(next_.get());
-    return timestamp(f) + (f->pkt_duration > 0 ? f->pkt_duration : nominalDuration_);
+    // The last frame shows until the track says it ends, as players show it, even when the
+    // frame's own duration is shorter.
+    return std::max(timestamp(f) + (f->pkt_duration > 0 ? f->pkt_duration : nominalDuration_),
+                    trackEnd_);
 }
 
 void FrameSource::decodeNext() {

@@ -42,6 +42,7 @@ private:
     AVRational timeBase_;
     std::int64_t nominalDuration_; // of one frame, in ticks, for a last frame that does not say
     std::int64_t origin_;          // the earliest instant the current run of decoding can show
+    std::int64_t trackEnd_ = 0;    // where the stream says it ends, when it says
     bool awaitingKey_ = false;     // frames before the first key frame after a seek are dropped
     ff::FramePtr current_;
     ff::FramePtr next_;
