@@ -12,9 +12,9 @@
 namespace vimbo::app {
 namespace {
 
+// One line, so that a script's log shows the whole of it; --help has the rest.
 const char* const usageLine =
-    "usage: vimbo [merge FILE-OR-FOLDER… -o OUT | export -o OUT | probe FILE… |\n"
-    "              thumbnail FILE -o OUT.png | project] [--help] [--version]";
+    "usage: vimbo merge|export|probe|thumbnail|project [ARGS…] (vimbo --help for details)";
 
 const char* const helpText = R"(Vimbo joins photos and videos into one movie.
 

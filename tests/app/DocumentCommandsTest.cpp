@@ -1,0 +1,121 @@
+#include "model/SessionStore.h"
+#include "tests/support/Media.h"
+
+#include <QDir>
+#include <QImage>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+namespace vimbo::test {
+namespace {
+
+struct Result {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Result vimbo(const QStringList& arguments, const QString& dataHome = {}) {
+    QProcess process;
+    if (!dataHome.isEmpty()) {
+        auto env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
+        process.setProcessEnvironment(env);
+    }
+    process.start(QStringLiteral(VIMBO_BINARY), arguments);
+    process.waitForFinished(120'000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+TEST(Commands, HelpVersionAndUsage) {
+    const Result help = vimbo({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* command : {"probe", "thumbnail", "project"})
+        EXPECT_TRUE(help.out.contains(QLatin1String(command))) << command;
+    const Result version = vimbo({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_TRUE(version.out.startsWith(QStringLiteral("vimbo "))) << version.out.toStdString();
+
+    for (const QStringList& bad : {QStringList{"frobnicate"}, QStringList{"thumbnail", "x.jpg"},
+                                   QStringList{"thumbnail", "x.jpg", "-o", "y.png", "--turns", "z"},
+                                   QStringList{"project", "extra"}}) {
+        const Result r = vimbo(bad);
+        EXPECT_EQ(r.exitCode, 2) << bad.join(' ').toStdString();
+        EXPECT_EQ(r.err.count('\n'), 1) << r.err.toStdString(); // one line of usage
+        EXPECT_TRUE(r.err.startsWith(QStringLiteral("usage: vimbo"))) << r.err.toStdString();
+    }
+}
+
+TEST(Commands, ThumbnailWritesTheTurnedPictureOrSaysWhyNot) {
+    const QString movie =
+        generated("command-thumb.mp4", {"-f", "lavfi", "-i", "color=red:size=400x200:rate=25:d=1",
+                                        "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    const QString png = scratchFolder() + "/t.png";
+    EXPECT_EQ(
+        vimbo({"thumbnail", movie, "-o", png, "--max-pixels", "100", "--turns", "-1"}).exitCode, 0);
+    const QImage image(png);
+    EXPECT_EQ(image.size(), QSize(50, 100));
+    EXPECT_GT(qRed(image.pixel(25, 50)), 200);
+
+    const Result missing = vimbo({"thumbnail", scratchFolder() + "/gone.mov", "-o", png});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(missing.err, QStringLiteral("“gone.mov” can’t be read.\n"));
+}
+
+TEST(Commands, ProjectListsTheSavedProjectAsARestartFindsIt) {
+    const QString home = scratchFolder();
+    EXPECT_TRUE(vimbo({"project"}, home).out.startsWith(QStringLiteral("No saved project")));
+
+    const QString photo = generated(
+        "command-photo.jpg", {"-f", "lavfi", "-i", "color=blue:size=64x48", "-frames:v", "1"});
+    const QString movie =
+        generated("command-4s.mp4", {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=25:d=4",
+                                     "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    Saved saved;
+    saved.layout = {FrameShape::tall, FillMode::fill};
+    Clip a;
+    a.id = QUuid::createUuid();
+    a.url = QUrl::fromLocalFile(movie);
+    a.edits.trimStart = 1;
+    a.edits.speed = 2;
+    a.edits.muted = true;
+    Clip b;
+    b.id = QUuid::createUuid();
+    b.url = QUrl::fromLocalFile(photo);
+    b.edits.quarterTurns = 3;
+    b.edits.photoDuration = 2.5;
+    b.added = 1;
+    Clip c;
+    c.id = QUuid::createUuid();
+    c.url = QUrl::fromLocalFile(home + "/gone.mov");
+    c.added = 2;
+    saved.clips = {a, b, c};
+    saved.nextAdded = 3;
+    const SessionStore store(home + "/Vimbo");
+    ASSERT_TRUE(store.save(saved));
+    QDir().mkpath(store.importsFolder() + "/UNUSED");
+
+    const Result r = vimbo({"project"}, home);
+    EXPECT_EQ(r.exitCode, 0);
+    const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 5) << r.out.toStdString();
+    EXPECT_EQ(lines[0], QStringLiteral("Frame: tall, fill"));
+    EXPECT_TRUE(lines[1].contains(QRegularExpression(
+        R"(^  1  video\s+0:01\.5  .*command-4s\.mp4  trim start 1 s, speed 2×, muted$)")))
+        << lines[1].toStdString();
+    EXPECT_TRUE(lines[2].contains(
+        QRegularExpression(R"(^  2  photo\s+0:02\.5  .*turned 270°, shown 2\.5 s$)")))
+        << lines[2].toStdString();
+    EXPECT_TRUE(lines[3].contains(QRegularExpression(R"(^  3  missing\s+0:00\.0  .*gone\.mov$)")))
+        << lines[3].toStdString();
+    EXPECT_EQ(lines[4], QStringLiteral("Total: 0:04.0, 2 of 3 clips play"));
+    EXPECT_TRUE(QDir(store.importsFolder() + "/UNUSED").exists()); // listing changes nothing
+}
+
+} // namespace
+} // namespace vimbo::test
