@@ -34,13 +34,12 @@ AudioSpan::AudioSpan(const Edit& edit, std::int64_t start, std::int64_t from, st
     , from_(from)
     , position_(from)
     , end_(end) {
+    // Where reading starts in the source, in seconds; counted in samples once the decoder says
+    // at which rate it decodes (HE-AAC decodes at twice the rate its stream states).
+    firstSecond_ =
+        edit.sourceRange.start.seconds() + static_cast<double>(from - start) / rate * tempo_;
     const AVStream* stream = demuxer_.stream(edit.source.stream);
-    const int sourceRate = stream->codecpar->sample_rate;
-    const std::int64_t rangeStart = samplesAt(edit.sourceRange.start, sourceRate);
-    sourceFirst_ =
-        rangeStart + std::llround(static_cast<double>(from - start) * tempo_ * sourceRate / rate);
-    sourceEnd_ = samplesAt(edit.sourceRange.end(), sourceRate);
-    const double seekTo = static_cast<double>(sourceFirst_) / sourceRate - prerollSeconds;
+    const double seekTo = firstSecond_ - prerollSeconds;
     const double streamStart =
         stream->start_time != AV_NOPTS_VALUE ? stream->start_time * av_q2d(stream->time_base) : 0;
     if (seekTo > streamStart)
@@ -51,6 +50,8 @@ AudioSpan::AudioSpan(const Edit& edit, std::int64_t start, std::int64_t from, st
 void AudioSpan::take(AVFrame* decoded) {
     const int sourceRate = decoded->sample_rate;
     if (sourceNext_ < 0) {
+        sourceFirst_ = std::llround(firstSecond_ * sourceRate);
+        sourceEnd_ = samplesAt(edit_.sourceRange.end(), sourceRate);
         // pts, not the best-effort guess: only pts moves past the priming samples the
         // decoder drops at the start of a stream.
         const std::int64_t pts = decoded->pts != AV_NOPTS_VALUE ? decoded->pts

@@ -47,6 +47,7 @@ private:
     ff::Decoder decoder_;
     std::optional<ff::AudioGraph> graph_;
     double tempo_;
+    double firstSecond_ = 0;       // where reading starts in the source
     std::int64_t sourceFirst_ = 0; // source samples [sourceFirst_, sourceEnd_) are heard
     std::int64_t sourceEnd_ = 0;
     std::int64_t sourceNext_ = -1; // index of the next decoded source sample; -1 before any
