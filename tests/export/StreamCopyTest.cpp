@@ -95,7 +95,7 @@ TEST(StreamCopy, PortraitClipsPlayUpright) {
     EXPECT_EQ(matrix, displayMatrix(portrait));
 
     // A re-encode draws the frames upright instead: a portrait picture, no matrix.
-    Exporter encoder({segments[0]}, {}, ExportFormat::mp4, ExportQuality::smaller);
+    Exporter encoder({segments[0]}, {}, ExportFormat::mp4, ExportQuality::high);
     ASSERT_EQ(runExport(encoder, out).kind, Outcome::Kind::done);
     EXPECT_TRUE(displayMatrix(out).isEmpty());
     const Marks m = marks(out);
