@@ -5,6 +5,7 @@
 // never waits for the job and the job never waits for a report.
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
