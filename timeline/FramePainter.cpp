@@ -8,6 +8,7 @@
 
 extern "C" {
 #include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -76,7 +77,7 @@ void tag(AVFrame* f) {
 }
 
 // Pointers to the pixel at (x0, y0) of every plane; x0 and y0 lie on whole chroma samples.
-bool cropView(const AVFrame& f, int x0, int y0, const std::uint8_t* data[4]) {
+bool cropView(const AVFrame& f, int x0, int y0, std::uint8_t* data[4]) {
     const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(f.format));
     if (!desc ||
         (desc->flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_PAL)))
@@ -204,30 +205,79 @@ AVFrame* FramePainter::scratch(int width, int height) {
     return scratch_.get();
 }
 
-bool FramePainter::scale(const AVFrame& source, const Rect& crop, int width, int height,
-                         Resampling resampling, std::uint8_t* const planes[4],
-                         const int strides[4]) {
-    const std::uint8_t* src[4] = {};
-    if (!cropView(source, crop.x0, crop.y0, src))
+SwsContext* FramePainter::scaler(const ScalerKey& key) {
+    if (scaler_ && key.srcWidth == key_.srcWidth && key.srcHeight == key_.srcHeight &&
+        key.format == key_.format && key.width == key_.width && key.height == key_.height &&
+        key.flags == key_.flags)
+        return scaler_.get();
+    key_ = {};
+    scaler_.reset(sws_alloc_context());
+    SwsContext* c = scaler_.get();
+    if (!c)
+        return nullptr;
+    av_opt_set_int(c, "srcw", key.srcWidth, 0);
+    av_opt_set_int(c, "srch", key.srcHeight, 0);
+    av_opt_set_int(c, "src_format", key.format, 0);
+    av_opt_set_int(c, "dstw", key.width, 0);
+    av_opt_set_int(c, "dsth", key.height, 0);
+    av_opt_set_int(c, "dst_format", AV_PIX_FMT_YUV420P, 0);
+    av_opt_set_int(c, "sws_flags", key.flags, 0);
+    // Slices on every core: decoding often leaves one idle while a large frame is scaled.
+    av_opt_set_int(c, "threads", 0, 0);
+    if (sws_init_context(c, nullptr, nullptr) < 0) {
+        scaler_.reset();
+        return nullptr;
+    }
+    return c;
+}
+
+bool FramePainter::scale(const AVFrame& source, const Rect& crop, Resampling resampling,
+                         AVFrame* target) {
+    ff::FramePtr view = ff::makeFrame();
+    if (!view || !cropView(source, crop.x0, crop.y0, view->data))
         return false;
+    const auto format = withoutJpegRange(static_cast<AVPixelFormat>(source.format));
     const int flags = resampling == Resampling::lanczos  ? SWS_LANCZOS
                       : resampling == Resampling::linear ? SWS_BILINEAR
                                                          : SWS_POINT;
-    const AVPixelFormat format = withoutJpegRange(static_cast<AVPixelFormat>(source.format));
-    scaler_.reset(sws_getCachedContext(scaler_.release(), crop.width(), crop.height(), format,
-                                       width, height, AV_PIX_FMT_YUV420P, flags, nullptr, nullptr,
-                                       nullptr));
-    if (!scaler_)
+    const ScalerKey key{crop.width(),     crop.height(),       format,
+                        target->width,    target->height,      flags,
+                        matrixOf(source), isFullRange(source), nullptr};
+    SwsContext* c = scaler(key);
+    if (!c)
         return false;
-    const ScalerKey key{crop.width(),     crop.height(),       format,       width, height, flags,
-                        matrixOf(source), isFullRange(source), scaler_.get()};
     if (!(key == key_)) {
-        sws_setColorspaceDetails(scaler_.get(), sws_getCoefficients(key.colorspace), key.fullRange,
+        sws_setColorspaceDetails(c, sws_getCoefficients(key.colorspace), key.fullRange,
                                  sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
         key_ = key;
     }
-    sws_scale(scaler_.get(), src, source.linesize, 0, crop.height(), planes, strides);
-    return true;
+    // The view shares the source's pixels; swscale only needs it to hold a reference.
+    std::copy_n(source.linesize, 4, view->linesize);
+    view->format = format;
+    view->width = crop.width();
+    view->height = crop.height();
+    view->buf[0] = source.buf[0] ? av_buffer_ref(source.buf[0])
+                                 : av_buffer_create(
+                                       view->data[0], 1, [](void*, std::uint8_t*) {}, nullptr,
+                                       AV_BUFFER_FLAG_READONLY);
+    return view->buf[0] && sws_scale_frame(c, target, view.get()) >= 0;
+}
+
+// A frame that writes into `planes` of `owner`'s buffer.
+ff::FramePtr FramePainter::window(const AVFrame& owner, std::uint8_t* const planes[4], int width,
+                                  int height) {
+    ff::FramePtr f = ff::makeFrame();
+    if (!f)
+        throw outOfMemory();
+    std::copy_n(planes, 4, f->data);
+    std::copy_n(owner.linesize, 4, f->linesize);
+    f->format = AV_PIX_FMT_YUV420P;
+    f->width = width;
+    f->height = height;
+    f->buf[0] = av_buffer_ref(owner.buf[0]);
+    if (!f->buf[0])
+        throw outOfMemory();
+    return f;
 }
 
 namespace {
@@ -321,12 +371,11 @@ ff::FramePtr FramePainter::paint(const AVFrame& source, const PlaneMap& map,
                         static_cast<std::ptrdiff_t>(w.shown.y0 >> s) * out->linesize[p] +
                         (w.shown.x0 >> s);
         }
-        scale(source, w.crop, w.qw, w.qh, placement.resampling, planes, out->linesize);
+        scale(source, w.crop, placement.resampling, window(*out, planes, w.qw, w.qh).get());
         return out;
     }
     AVFrame* tmp = scratch(w.scaled.width(), w.scaled.height());
-    if (!scale(source, w.crop, tmp->width, tmp->height, placement.resampling, tmp->data,
-               tmp->linesize))
+    if (!scale(source, w.crop, placement.resampling, tmp))
         return out;
     const Rect part{std::max(w.stored.x0 - w.scaled.x0, 0), std::max(w.stored.y0 - w.scaled.y0, 0),
                     std::min(w.stored.x1 - w.scaled.x0, tmp->width),

@@ -42,9 +42,13 @@ private:
         friend bool operator==(const ScalerKey&, const ScalerKey&) = default;
     };
 
-    // Scales the `crop` part of `source` to width × height yuv420p BT.709 at `planes`.
-    bool scale(const AVFrame& source, const Rect& crop, int width, int height,
-               Resampling resampling, std::uint8_t* const planes[4], const int strides[4]);
+    // The scaler for these sizes, formats and flags, made anew when they change.
+    SwsContext* scaler(const ScalerKey& key);
+    // Scales the `crop` part of `source` into `target` (yuv420p BT.709, its size).
+    bool scale(const AVFrame& source, const Rect& crop, Resampling resampling, AVFrame* target);
+    // A frame that writes into `planes` of `owner`'s buffer.
+    static ff::FramePtr window(const AVFrame& owner, std::uint8_t* const planes[4], int width,
+                               int height);
     AVFrame* scratch(int width, int height);
     // A new output frame from a pool of buffers of this size (fresh memory for every frame
     // would cost a page fault per 4 KB).
