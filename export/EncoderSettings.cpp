@@ -36,9 +36,9 @@ Preset reencodingPreset(ExportQuality quality, const std::vector<Segment>& segme
 
 // CRF 18 is x264's usual "visually lossless" point and x265 reaches the same look at about
 // 20. The speed presets were measured on a two-core machine (bench/ExportBench.cpp): x264
-// "veryfast" encodes composed 1080p at about real time, which keeps an export of a phone's
-// clips from taking longer than watching them; x265 "faster" runs at about 0.4x real time,
-// the quickest preset that still beats x264 on size. Smaller files trade quality for size with
+// "veryfast" encodes composed 1080p at about 1.5x real time, so an export of a phone's clips
+// takes less time than watching them; x265 "faster" runs at about half real time, the
+// quickest preset that still beats x264 on size. Smaller files trade quality for size with
 // CRF 26 and a 6 Mbit/s ceiling, plenty for 1080p shared online. Apple players accept HEVC in
 // MP4/MOV only under the 'hvc1' sample entry.
 VideoEncoderSettings videoSettings(Preset preset) {
