@@ -5,6 +5,10 @@
 #include "media/ff/Ptr.h"
 #include "model/VimboError.h"
 
+extern "C" {
+#include <libavutil/opt.h>
+}
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -47,6 +51,8 @@ void configureVideo(AVCodecContext* c) {
     c->framerate = {framesPerSecond, 1};
     c->color_range = AVCOL_RANGE_MPEG;
     c->max_b_frames = 0; // four frames in presentation order
+    // x264 reports its settings and statistics on stderr at FFmpeg's default log level.
+    av_opt_set(c->priv_data, "x264-params", "log=-1", 0);
 }
 
 void configureAudio(AVCodecContext* c) {
