@@ -157,12 +157,9 @@ Tracks open(const QString& file) {
     return {{url, video, true}, {url, audio, true}};
 }
 
-// The one writing of this run. Members are destroyed in reverse order: the task is waited for
-// before its file is removed.
+// The one writing of this run. The file is left in the temporary folder when the run ends: a
+// later run with the same process number replaces it, and the system clears the folder.
 struct Shared {
-    struct Remover {
-        ~Remover() { std::remove(path().toLocal8Bit().constData()); }
-    } remover;
     std::shared_future<Tracks> task;
 };
 
