@@ -191,6 +191,38 @@ QByteArray displayMatrix(const QString& path) {
     return m ? QByteArray(reinterpret_cast<const char*>(m), static_cast<int>(size)) : QByteArray();
 }
 
+std::vector<float> sound(const QString& path) {
+    std::vector<float> samples;
+    ff::InputPtr input = open(path);
+    const int audio =
+        input ? av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) : -1;
+    if (audio < 0)
+        return samples;
+    ff::CodecPtr decoder = decoderFor(input->streams[audio]);
+    const AVRational tb = input->streams[audio]->time_base;
+    ff::PacketPtr p = ff::makePacket();
+    ff::FramePtr f = ff::makeFrame();
+    const auto drain = [&] {
+        while (avcodec_receive_frame(decoder.get(), f.get()) == 0) {
+            const auto at = av_rescale_q(f->best_effort_timestamp, tb, {1, f->sample_rate});
+            if (at >= 0 && static_cast<std::size_t>(at) > samples.size())
+                samples.resize(static_cast<std::size_t>(at));
+            const auto* data = reinterpret_cast<const float*>(f->extended_data[0]);
+            for (int i = std::max<int>(0, static_cast<int>(-at)); i < f->nb_samples; ++i)
+                samples.push_back(data[i]);
+            av_frame_unref(f.get());
+        }
+    };
+    while (av_read_frame(input.get(), p.get()) >= 0) {
+        if (p->stream_index == audio && avcodec_send_packet(decoder.get(), p.get()) >= 0)
+            drain();
+        av_packet_unref(p.get());
+    }
+    if (avcodec_send_packet(decoder.get(), nullptr) >= 0)
+        drain();
+    return samples;
+}
+
 Marks marks(const QString& path) {
     Marks result;
     ff::InputPtr input = open(path);

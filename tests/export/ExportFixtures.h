@@ -63,4 +63,7 @@ struct Marks {
 };
 Marks marks(const QString& path);
 
+// The decoded sound's first channel, sample by sample from the movie's start.
+std::vector<float> sound(const QString& path);
+
 } // namespace vimbo::test

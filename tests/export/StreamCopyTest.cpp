@@ -81,6 +81,52 @@ TEST(StreamCopy, JoinsBitExactlyWithTrimsSilenceAndSync) {
     }
 }
 
+// Past a join, the decoder has been primed by the clip's own packet before its first kept one,
+// so the clip sounds exactly as it does on its own (shifted by less than half an AAC frame):
+// no garbled first frame, whatever came before.
+TEST(StreamCopy, EachClipsSoundDecodesAsItselfAfterAJoin) {
+    const QString tone = generated(
+        QStringLiteral("chirp-2s.mp4"),
+        {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+         QStringLiteral("color=black:s=320x240:r=30:d=2"), QStringLiteral("-f"),
+         QStringLiteral("lavfi"), QStringLiteral("-i"),
+         QStringLiteral("aevalsrc=0.5*sin(2*PI*(440+200*t)*t)|0.5*sin(2*PI*(440+200*t)*t):"
+                        "s=48000:d=2"),
+         // The picture coded as flashClip codes it, so that the two join.
+         QStringLiteral("-c:v"), QStringLiteral("libx264"), QStringLiteral("-g"),
+         QStringLiteral("15"), QStringLiteral("-bf"), QStringLiteral("2"),
+         QStringLiteral("-preset"), QStringLiteral("ultrafast"), QStringLiteral("-x264opts"),
+         QStringLiteral("bframes=2:b-adapt=0"), QStringLiteral("-c:a"), QStringLiteral("aac")});
+    const std::vector<float> alone = sound(tone);
+    ASSERT_GT(alone.size(), 48000u);
+    ClipEdits late = trimmed(0.5, 0);
+    const std::vector<Segment> segments{probed(flashClip({.withSound = false})), probed(tone),
+                                        probed(tone, late)};
+    Exporter exporter(segments, {}, ExportFormat::mp4, ExportQuality::original);
+    const QString out = scratchFolder() + QStringLiteral("/joins.mp4");
+    ASSERT_EQ(runExport(exporter, out).kind, Outcome::Kind::done);
+    ASSERT_EQ(exporter.chosenPreset(), Preset::passthrough);
+    const std::vector<float> joined = sound(out);
+    struct Join {
+        double at;     // where the clip starts in the movie
+        double source; // where its sound starts in the file
+    };
+    for (const Join j : {Join{2.0, 0.0}, Join{4.0, 0.5}}) {
+        const auto start = static_cast<std::ptrdiff_t>(j.at * 48000);
+        const auto from = static_cast<std::ptrdiff_t>(j.source * 48000);
+        float best = 1;
+        for (std::ptrdiff_t shift = -512; shift <= 512; ++shift) {
+            float worst = 0;
+            for (std::ptrdiff_t n = 0; n < 4096 && worst < best; ++n)
+                worst =
+                    std::max(worst, std::fabs(joined[static_cast<std::size_t>(start + shift + n)] -
+                                              alone[static_cast<std::size_t>(from + n)]));
+            best = std::min(best, worst);
+        }
+        EXPECT_LT(best, 1e-4) << "the clip starting at " << j.at << " s";
+    }
+}
+
 TEST(StreamCopy, PortraitClipsPlayUpright) {
     VIMBO_REQUIRE_SAMPLES();
     const QString portrait = sample(QStringLiteral("rotate-buck-bunny.mp4"));
