@@ -28,7 +28,7 @@ ff::FramePtr frameNearStart(ff::Demuxer& input, int stream) {
         start + av_rescale_q(std::llround(frameTime * AV_TIME_BASE), AV_TIME_BASE_Q, st->time_base);
     input.select({stream});
     input.seek(stream, target);
-    ff::Decoder decoder(input, stream);
+    ff::Decoder decoder(input, stream, ff::Decoder::Threads::one);
     ff::FramePtr frame = ff::makeFrame();
     ff::FramePtr last;
     while (decoder.receive(frame.get())) {

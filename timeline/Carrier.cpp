@@ -13,7 +13,6 @@ extern "C" {
 #include <QDir>
 #include <QFile>
 
-#include <cstdio>
 #include <cstring>
 #include <future>
 #include <mutex>

@@ -4,7 +4,7 @@
 
 namespace vimbo::ff {
 
-Decoder::Decoder(Demuxer& input, int stream)
+Decoder::Decoder(Demuxer& input, int stream, Threads threads)
     : input_(input)
     , stream_(stream) {
     const AVCodecParameters* parameters = input.stream(stream)->codecpar;
@@ -15,7 +15,7 @@ Decoder::Decoder(Demuxer& input, int stream)
     if (!context_ || avcodec_parameters_to_context(context_.get(), parameters) < 0)
         throw VimboError::exportFailed(QStringLiteral("Out of memory."));
     context_->pkt_timebase = input.stream(stream)->time_base;
-    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) {
+    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO && threads == Threads::all) {
         context_->thread_count = 0; // one per core, and one more
         context_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     }

@@ -9,10 +9,14 @@ namespace vimbo::ff {
 
 class Decoder {
 public:
-    // Opens the stream's decoder; video decodes on as many threads as the machine has, frame
-    // and slice threading. Throws VimboError::unreadable(input.url()) when there is no
+    // How a video decoder spreads its work: over every core for a stream played through, or on
+    // the calling thread for a few frames (a thumbnail), where frame threads only add delay
+    // and a copy of the decoder's state per thread.
+    enum class Threads { all, one };
+
+    // Opens the stream's decoder. Throws VimboError::unreadable(input.url()) when there is no
     // decoder for the stream.
-    Decoder(Demuxer& input, int stream);
+    Decoder(Demuxer& input, int stream, Threads threads = Threads::all);
 
     AVCodecContext* context() const { return context_.get(); }
     int stream() const { return stream_; }
