@@ -13,11 +13,6 @@
 #include <gtest/gtest.h>
 #include <mutex>
 
-// libx265 keeps a few allocations for the life of the process.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libx265\n";
-}
-
 namespace vimbo::test {
 
 // The libraries' chatter would bury the test output; the app quiets it the same way.
