@@ -6,6 +6,7 @@
 // The media are made once per build folder with the ffmpeg and exiftool command lines; the
 // copies are hard links, so the folders cost no disk space and every file reads the same.
 
+#include "bench/Tools.h"
 #include "media/MediaProbe.h"
 #include "model/Project.h"
 
@@ -26,14 +27,7 @@ namespace {
 
 using namespace vimbo;
 
-bool succeeded(const QString& program, const QStringList& arguments) {
-    QProcess process;
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
+using bench::succeeded;
 
 struct Source {
     const char* name;

@@ -3,6 +3,7 @@
 // the same 320-pixel picture. Sources: generated 1080p and 4K H.264 and HEVC clips and photos,
 // plus the real samples when the shared corpus is on this machine.
 
+#include "bench/Tools.h"
 #include "media/MediaProbe.h"
 #include "media/Thumbnail.h"
 
@@ -19,14 +20,7 @@ namespace {
 
 using namespace vimbo;
 
-bool succeeded(const QString& program, const QStringList& arguments) {
-    QProcess process;
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
-}
+using bench::succeeded;
 
 QStringList generatedSources(const QString& folder) {
     QDir().mkpath(folder);

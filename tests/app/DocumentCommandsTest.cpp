@@ -1,10 +1,9 @@
 #include "model/SessionStore.h"
 #include "tests/support/Media.h"
+#include "tests/support/Program.h"
 
 #include <QDir>
 #include <QImage>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
@@ -12,39 +11,19 @@
 namespace vimbo::test {
 namespace {
 
-struct Result {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-Result vimbo(const QStringList& arguments, const QString& dataHome = {}) {
-    QProcess process;
-    if (!dataHome.isEmpty()) {
-        auto env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
-        process.setProcessEnvironment(env);
-    }
-    process.start(QStringLiteral(VIMBO_BINARY), arguments);
-    process.waitForFinished(120'000);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
 TEST(Commands, HelpVersionAndUsage) {
-    const Result help = vimbo({"--help"});
+    const ProgramRun help = vimbo({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const char* command : {"probe", "thumbnail", "project"})
         EXPECT_TRUE(help.out.contains(QLatin1String(command))) << command;
-    const Result version = vimbo({"--version"});
+    const ProgramRun version = vimbo({"--version"});
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_TRUE(version.out.startsWith(QStringLiteral("vimbo "))) << version.out.toStdString();
 
     for (const QStringList& bad : {QStringList{"frobnicate"}, QStringList{"thumbnail", "x.jpg"},
                                    QStringList{"thumbnail", "x.jpg", "-o", "y.png", "--turns", "z"},
                                    QStringList{"project", "extra"}}) {
-        const Result r = vimbo(bad);
+        const ProgramRun r = vimbo(bad);
         EXPECT_EQ(r.exitCode, 2) << bad.join(' ').toStdString();
         EXPECT_EQ(r.err.count('\n'), 1) << r.err.toStdString(); // one line of usage
         EXPECT_TRUE(r.err.startsWith(QStringLiteral("usage: vimbo"))) << r.err.toStdString();
@@ -62,14 +41,15 @@ TEST(Commands, ThumbnailWritesTheTurnedPictureOrSaysWhyNot) {
     EXPECT_EQ(image.size(), QSize(50, 100));
     EXPECT_GT(qRed(image.pixel(25, 50)), 200);
 
-    const Result missing = vimbo({"thumbnail", scratchFolder() + "/gone.mov", "-o", png});
+    const ProgramRun missing = vimbo({"thumbnail", scratchFolder() + "/gone.mov", "-o", png});
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.err, QStringLiteral("“gone.mov” can’t be read.\n"));
 }
 
 TEST(Commands, ProjectListsTheSavedProjectAsARestartFindsIt) {
     const QString home = scratchFolder();
-    EXPECT_TRUE(vimbo({"project"}, home).out.startsWith(QStringLiteral("No saved project")));
+    EXPECT_TRUE(vimbo({"project"}, ProgramSetup::withDataHome(home))
+                    .out.startsWith(QStringLiteral("No saved project")));
 
     const QString photo = generated(
         "command-photo.jpg", {"-f", "lavfi", "-i", "color=blue:size=64x48", "-frames:v", "1"});
@@ -100,7 +80,7 @@ TEST(Commands, ProjectListsTheSavedProjectAsARestartFindsIt) {
     ASSERT_TRUE(store.save(saved));
     QDir().mkpath(store.importsFolder() + "/UNUSED");
 
-    const Result r = vimbo({"project"}, home);
+    const ProgramRun r = vimbo({"project"}, ProgramSetup::withDataHome(home));
     EXPECT_EQ(r.exitCode, 0);
     const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 5) << r.out.toStdString();

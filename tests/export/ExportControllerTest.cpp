@@ -5,6 +5,7 @@
 
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
+#include "tests/support/Program.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -19,14 +20,6 @@ namespace {
 
 using State = ExportController::State;
 using Kind = State::Kind;
-
-template <typename F>
-bool waitUntil(F done, int ms = 60000) {
-    QDeadlineTimer deadline(ms);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
 
 void spin(int ms) {
     waitUntil([] { return false; }, ms);

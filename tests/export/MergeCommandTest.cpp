@@ -2,6 +2,7 @@
 #include "model/SessionStore.h"
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
+#include "tests/support/Program.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,27 +15,6 @@
 
 namespace vimbo::test {
 namespace {
-
-struct Result {
-    int exitCode = -1;
-    QString errors; // stderr
-};
-
-Result vimbo(const QStringList& arguments, std::function<void()> childSetup = {},
-             const QString& dataHome = {}) {
-    QProcess process;
-    if (childSetup)
-        process.setChildProcessModifier(childSetup);
-    if (!dataHome.isEmpty()) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
-        process.setProcessEnvironment(environment);
-    }
-    process.start(QStringLiteral(VIMBO_BINARY), arguments);
-    process.waitForFinished(300'000);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardError())};
-}
 
 QString lastLine(const QString& text) {
     return text.trimmed().split(QLatin1Char('\n')).last();
@@ -78,10 +58,10 @@ TEST(MergeCommand, MergesFilesAndFoldersAsTheWindowWould) {
          QStringLiteral("320,240")},
     };
     for (const Case& c : cases) {
-        const Result r = vimbo(QStringList{QStringLiteral("merge")} + c.args);
+        const ProgramRun r = vimbo(QStringList{QStringLiteral("merge")} + c.args);
         const QString written = c.args.last();
-        EXPECT_EQ(r.exitCode, 0) << r.errors.toStdString();
-        EXPECT_EQ(lastLine(r.errors), QStringLiteral("Wrote ") + written);
+        EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+        EXPECT_EQ(lastLine(r.err), QStringLiteral("Wrote ") + written);
         EXPECT_EQ(decodeErrors(written), QString());
         EXPECT_NEAR(movieDuration(written), c.duration, 1.0 / 30);
         EXPECT_EQ(size(written), c.size);
@@ -105,10 +85,10 @@ TEST(MergeCommand, ExportWritesTheSavedProjectWithItsEdits) {
     saved.nextAdded = 2;
     ASSERT_TRUE(SessionStore(dataHome + QStringLiteral("/Vimbo")).save(saved));
     const QString out = scratchFolder() + QStringLiteral("/saved.mov");
-    const Result r = vimbo({QStringLiteral("export"), QStringLiteral("--quality"),
-                            QStringLiteral("high"), QStringLiteral("-o"), out},
-                           {}, dataHome);
-    EXPECT_EQ(r.exitCode, 0) << r.errors.toStdString();
+    const ProgramRun r = vimbo({QStringLiteral("export"), QStringLiteral("--quality"),
+                                QStringLiteral("high"), QStringLiteral("-o"), out},
+                               ProgramSetup::withDataHome(dataHome));
+    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_EQ(decodeErrors(out), QString());
     EXPECT_NEAR(movieDuration(out), 1.5 + 1.0, 1.0 / 30);
     EXPECT_EQ(size(out).toStdString(), "180,320") << "the saved 9:16 layout";
@@ -135,9 +115,9 @@ TEST(MergeCommand, BadArgumentsAreUsageErrors) {
         {QStringLiteral("export"), clip, QStringLiteral("-o"), out},
     };
     for (const QStringList& args : cases) {
-        const Result r = vimbo(args);
+        const ProgramRun r = vimbo(args);
         EXPECT_EQ(r.exitCode, 2) << args.join(QLatin1Char(' ')).toStdString();
-        EXPECT_TRUE(r.errors.contains(QStringLiteral("usage:"))) << r.errors.toStdString();
+        EXPECT_TRUE(r.err.contains(QStringLiteral("usage:"))) << r.err.toStdString();
         EXPECT_FALSE(QFileInfo::exists(out));
     }
 }
@@ -170,9 +150,10 @@ TEST(MergeCommand, FailuresSayWhyInOneSentence) {
         QStringList args{QStringLiteral("merge"), clip, clip, clip};
         if (c.sentence.startsWith(QStringLiteral("There is nothing")))
             args = {QStringLiteral("merge"), scratchFolder() + QStringLiteral("/missing.mp4")};
-        const Result r = vimbo(args + QStringList{QStringLiteral("-o"), c.out}, c.childSetup);
-        EXPECT_EQ(r.exitCode, 1) << r.errors.toStdString();
-        EXPECT_EQ(lastLine(r.errors), c.sentence);
+        const ProgramRun r = vimbo(args + QStringList{QStringLiteral("-o"), c.out},
+                                   ProgramSetup::withChild(c.childSetup));
+        EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+        EXPECT_EQ(lastLine(r.err), c.sentence);
         EXPECT_FALSE(QFileInfo::exists(c.out));
     }
 }

@@ -1,5 +1,6 @@
 #include "model/RecordJson.h"
 #include "tests/support/Media.h"
+#include "tests/support/Program.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -10,20 +11,11 @@
 namespace vimbo {
 namespace {
 
-struct Result {
-    int exitCode = -1;
-    QList<QByteArray> lines;
-};
-
-Result vimbo(const QStringList& arguments) {
-    QProcess process;
-    process.start(QStringLiteral(VIMBO_BINARY), arguments);
-    process.waitForFinished(120'000);
-    Result result{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, {}};
-    result.lines = process.readAllStandardOutput().split('\n');
-    if (result.lines.endsWith(QByteArray()))
-        result.lines.removeLast();
-    return result;
+QList<QByteArray> lines(const test::ProgramRun& run) {
+    QList<QByteArray> lines = run.out.toUtf8().split('\n');
+    if (lines.endsWith(QByteArray()))
+        lines.removeLast();
+    return lines;
 }
 
 TEST(ProbeCommand, OneJsonLinePerFileInArgumentOrder) {
@@ -36,26 +28,28 @@ TEST(ProbeCommand, OneJsonLinePerFileInArgumentOrder) {
     // A relative path comes back absolute.
     const QString relativePhoto = QDir::current().relativeFilePath(photo);
     const QString missing = test::scratchFolder() + QStringLiteral("/gone.mkv");
-    const Result result = vimbo({"probe", photo, movie, missing, relativePhoto, movie});
+    const test::ProgramRun result =
+        test::vimbo({"probe", photo, movie, missing, relativePhoto, movie});
     EXPECT_EQ(result.exitCode, 0);
-    ASSERT_EQ(result.lines.size(), 5);
+    const QList<QByteArray> output = lines(result);
+    ASSERT_EQ(output.size(), 5);
     const std::pair<QString, MediaKind> expected[] = {
         {photo, MediaKind::photo}, {movie, MediaKind::video}, {missing, MediaKind::missing},
         {photo, MediaKind::photo}, {movie, MediaKind::video},
     };
     for (int i = 0; i < 5; ++i) {
-        const QJsonObject line = QJsonDocument::fromJson(result.lines[i]).object();
+        const QJsonObject line = QJsonDocument::fromJson(output[i]).object();
         EXPECT_EQ(line[QStringLiteral("path")].toString(), expected[i].first) << i;
         EXPECT_TRUE(line[QStringLiteral("isMedia")].toBool()) << i;
         const auto info = mediaInfoFromJson(line[QStringLiteral("info")]);
-        ASSERT_TRUE(info) << result.lines[i].toStdString();
+        ASSERT_TRUE(info) << output[i].toStdString();
         EXPECT_EQ(info->kind, expected[i].second) << i;
     }
 }
 
 TEST(ProbeCommand, BadUsageExitsTwo) {
-    EXPECT_EQ(vimbo({"probe"}).exitCode, 2);
-    EXPECT_EQ(vimbo({"probe", "--all"}).exitCode, 2);
+    EXPECT_EQ(test::vimbo({"probe"}).exitCode, 2);
+    EXPECT_EQ(test::vimbo({"probe", "--all"}).exitCode, 2);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "media/MediaProbe.h"
 #include "model/Project.h"
 #include "tests/support/Media.h"
+#include "tests/support/Program.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -19,15 +20,6 @@ namespace vimbo::test {
 inline MediaAccess realMedia() {
     return {&MediaProbe::isMedia, &MediaProbe::probe,
             [](const QUrl&, MediaKind, int) -> std::optional<QImage> { return std::nullopt; }};
-}
-
-// Lets queued work (probes landing, the end of an event-loop turn) happen until `done` holds.
-template <typename F>
-bool waitUntil(F done, int ms = 20000) {
-    QDeadlineTimer deadline(ms);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
 }
 
 inline void nextTurn() {

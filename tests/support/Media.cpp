@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
 #include <memory>
 #include <vector>
 
@@ -35,8 +34,8 @@ bool run(const QString& program, const QStringList& arguments, QString* output) 
     const QString text = QString::fromUtf8(process.readAll());
     if (output)
         *output = text;
-    const bool ok = finished && process.exitStatus() == QProcess::NormalExit &&
-                    process.exitCode() == 0;
+    const bool ok =
+        finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
     EXPECT_TRUE(ok) << program.toStdString() << " " << arguments.join(' ').toStdString() << "\n"
                     << text.toStdString();
     return ok;

@@ -12,8 +12,8 @@ namespace vimbo::test {
 // The folder of real sample files; empty when the corpus is not on this machine.
 QString sampleFolder();
 // Skips the calling test when the corpus of real samples is not on this machine.
-#define VIMBO_REQUIRE_SAMPLES()                                                                \
-    if (::vimbo::test::sampleFolder().isEmpty())                                               \
+#define VIMBO_REQUIRE_SAMPLES()                                                                    \
+    if (::vimbo::test::sampleFolder().isEmpty())                                                   \
     GTEST_SKIP() << "the shared sample media are not on this machine"
 // A real sample by file name.
 QString sample(const QString& name);

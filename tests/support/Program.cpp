@@ -1,0 +1,24 @@
+#include "tests/support/Program.h"
+
+#include <QProcess>
+#include <QProcessEnvironment>
+
+namespace vimbo::test {
+
+ProgramRun vimbo(const QStringList& arguments, const ProgramSetup& setup) {
+    QProcess process;
+    if (setup.inChild)
+        process.setChildProcessModifier(setup.inChild);
+    if (!setup.dataHome.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), setup.dataHome);
+        process.setProcessEnvironment(environment);
+    }
+    process.start(QStringLiteral(VIMBO_BINARY), arguments);
+    const bool finished = process.waitForFinished(setup.timeoutMs);
+    return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+} // namespace vimbo::test
