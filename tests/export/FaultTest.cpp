@@ -78,19 +78,32 @@ TEST(Fault, CancelBeforeTheStartWritesNothing) {
     EXPECT_FALSE(QFileInfo::exists(out)) << "the old file is removed before the session starts";
 }
 
+// A clip's file removed while the export runs. Linux keeps a file's contents readable while it
+// is open, so a removal after the export opened the clip does no harm and the export ends
+// well; a removal before must fail with the sentence that says so and leave no file. Which of
+// the two happens depends on timing, so the export is tried until the failure has been seen.
 TEST(Fault, ClipFileRemovedDuringTheExport) {
     for (const ExportQuality quality : {ExportQuality::original, ExportQuality::high}) {
         SCOPED_TRACE(rawValue(quality).toStdString());
-        const std::vector<Segment> clips = copies(3, scratchFolder());
-        const QString doomed = clips.back().url.toLocalFile();
-        const QString out = placeholder(scratchFolder() + QStringLiteral("/gone.mp4"));
-        Exporter exporter(clips, {}, ExportFormat::mp4, quality);
-        const Outcome outcome = runExport(exporter, out, [&](double) { QFile::remove(doomed); });
-        EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
-        EXPECT_EQ(outcome.message, ExportFailure::sourceGone(doomed).errorDescription());
-        EXPECT_EQ(outcome.message, QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted "
-                                                  "during the export."));
-        EXPECT_FALSE(QFileInfo::exists(out));
+        bool failed = false;
+        for (int attempt = 0; attempt < 6 && !failed; ++attempt) {
+            const std::vector<Segment> clips = copies(3, scratchFolder());
+            const QString doomed = clips.back().url.toLocalFile();
+            const QString out = placeholder(scratchFolder() + QStringLiteral("/gone.mp4"));
+            Exporter exporter(clips, {}, ExportFormat::mp4, quality);
+            const Outcome outcome =
+                runExport(exporter, out, [&](double) { QFile::remove(doomed); });
+            if (outcome.kind == Outcome::Kind::done) {
+                EXPECT_EQ(decodeErrors(out), QString());
+                continue;
+            }
+            failed = true;
+            EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
+            EXPECT_EQ(outcome.message, QStringLiteral("\u201Cclip2.mp4\u201D was moved or "
+                                                      "deleted during the export."));
+            EXPECT_FALSE(QFileInfo::exists(out));
+        }
+        EXPECT_TRUE(failed) << "the removal never came before the clip was opened";
     }
 }
 
