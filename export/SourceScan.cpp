@@ -1,6 +1,7 @@
 #include "export/SourceScan.h"
 
 #include "export/ExportFailure.h"
+#include "media/ff/Movie.h"
 
 extern "C" {
 #include <libavutil/display.h>
@@ -8,15 +9,6 @@ extern "C" {
 
 namespace vimbo {
 namespace {
-
-int firstStream(AVFormatContext* c, AVMediaType type) {
-    for (unsigned i = 0; i < c->nb_streams; ++i) {
-        const AVStream* s = c->streams[i];
-        if (s->codecpar->codec_type == type && !(s->disposition & AV_DISPOSITION_ATTACHED_PIC))
-            return static_cast<int>(i);
-    }
-    return -1;
-}
 
 QByteArray bytes(const std::uint8_t* data, int size) {
     return data && size > 0 ? QByteArray(reinterpret_cast<const char*>(data), size) : QByteArray();
@@ -42,19 +34,15 @@ PacketStamp stampOf(const AVPacket* p) {
 } // namespace
 
 SourceFile openSource(const QString& path, const CancelFlag& cancel) {
-    AVFormatContext* raw = avformat_alloc_context();
-    if (!raw)
-        throw ExportFailure::failed();
-    raw->interrupt_callback = ff::interruptCallback(&cancel);
-    const QByteArray file = path.toUtf8();
-    // On failure avformat_open_input frees the context itself.
-    const int opened = avformat_open_input(&raw, file.constData(), nullptr, nullptr);
+    int opened = 0;
+    ff::InputPtr context = ff::openMovie(path, ff::interruptCallback(&cancel), &opened);
     cancel.throwIfCancelled();
-    if (opened < 0)
+    if (!context)
         throw ExportFailure::reading(opened, path);
-    SourceFile source{ff::InputPtr(raw)};
-    source.video = firstStream(raw, AVMEDIA_TYPE_VIDEO);
-    source.audio = firstStream(raw, AVMEDIA_TYPE_AUDIO);
+    AVFormatContext* raw = context.get();
+    SourceFile source{std::move(context)};
+    source.video = ff::firstStream(raw, AVMEDIA_TYPE_VIDEO);
+    source.audio = ff::firstStream(raw, AVMEDIA_TYPE_AUDIO);
     if (source.video < 0)
         throw VimboError::unreadable(QUrl::fromLocalFile(path));
     for (unsigned i = 0; i < raw->nb_streams; ++i)

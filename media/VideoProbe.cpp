@@ -2,6 +2,7 @@
 #include "media/MediaProbe.h"
 #include "media/MovieDate.h"
 #include "media/VideoTrack.h"
+#include "media/ff/Movie.h"
 #include "media/ff/TimedInput.h"
 
 #include <chrono>
@@ -13,22 +14,8 @@ namespace {
 constexpr std::chrono::seconds probeTimeout{10};
 
 AVStream* firstStream(AVFormatContext* context, AVMediaType type) {
-    for (unsigned i = 0; i < context->nb_streams; ++i) {
-        AVStream* stream = context->streams[i];
-        // Cover art comes as a one-picture video stream; it is not a track of the movie.
-        if (stream->codecpar->codec_type == type &&
-            !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC))
-            return stream;
-    }
-    return nullptr;
-}
-
-// Some sample descriptions (H.263 in 3GPP, for one) leave sizes or rates to the bitstream.
-bool lacksParameters(const AVStream& video, const AVStream* audio) {
-    if (video.codecpar->width <= 0 || video.codecpar->height <= 0)
-        return true;
-    return audio && audio->codecpar->codec_id != AV_CODEC_ID_NONE &&
-           (audio->codecpar->sample_rate <= 0 || audio->codecpar->ch_layout.nb_channels <= 0);
+    const int index = ff::firstStream(context, type);
+    return index < 0 ? nullptr : context->streams[index];
 }
 
 // Opens a decoder on the stream's parameters, as playing it would. Absent when there is no
@@ -70,8 +57,7 @@ std::optional<MediaInfo> probeVideo(const QUrl& url) {
         return std::nullopt;
     const AVStream* audio = firstStream(input->get(), AVMEDIA_TYPE_AUDIO);
     // Best effort: whatever is still missing afterwards fails the checks below.
-    if (lacksParameters(*video, audio))
-        avformat_find_stream_info(input->get(), nullptr);
+    ff::completeParameters(input->get());
 
     const AVCodecParameters& parameters = *video->codecpar;
     const auto decodedTransfer = openDecoder(parameters);

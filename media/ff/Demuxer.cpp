@@ -1,5 +1,6 @@
 #include "media/ff/Demuxer.h"
 
+#include "media/ff/Movie.h"
 #include "model/VimboError.h"
 
 namespace vimbo::ff {
@@ -25,39 +26,25 @@ AVIOInterruptCB interruptCallback(const CancelFlag* flag) {
 
 Demuxer::Demuxer(const QUrl& url, const CancelFlag* cancel)
     : url_(url) {
-    AVFormatContext* raw = avformat_alloc_context();
-    if (!raw)
-        throw VimboError::exportFailed(QStringLiteral("Out of memory."));
-    raw->interrupt_callback = interruptCallback(cancel);
-    const QByteArray path = url.toLocalFile().toUtf8();
-    // On failure avformat_open_input frees the context itself.
-    const int opened = avformat_open_input(&raw, path.constData(), nullptr, nullptr);
+    context_ = openMovie(url.toLocalFile(), interruptCallback(cancel));
     throwIfCancelled(cancel);
-    if (opened < 0)
+    if (!context_)
         throw VimboError::unreadable(url);
-    context_.reset(raw);
-    const int found = avformat_find_stream_info(raw, nullptr);
+    // Unlike a probe, a reader decodes: the few packets looked at here also index the first
+    // fragments of fragmented files, which a seek right after opening needs.
+    const int found = avformat_find_stream_info(context_.get(), nullptr);
     throwIfCancelled(cancel);
     if (found < 0)
         throw VimboError::unreadable(url);
-    selected_.assign(raw->nb_streams, true);
+    selected_.assign(context_->nb_streams, true);
 }
 
 int Demuxer::firstVideoStream() const {
-    for (unsigned i = 0; i < context_->nb_streams; ++i) {
-        const AVStream* s = context_->streams[i];
-        if (s->codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
-            !(s->disposition & AV_DISPOSITION_ATTACHED_PIC))
-            return static_cast<int>(i);
-    }
-    return -1;
+    return firstStream(context_.get(), AVMEDIA_TYPE_VIDEO);
 }
 
 int Demuxer::firstAudioStream() const {
-    for (unsigned i = 0; i < context_->nb_streams; ++i)
-        if (context_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
-            return static_cast<int>(i);
-    return -1;
+    return firstStream(context_.get(), AVMEDIA_TYPE_AUDIO);
 }
 
 void Demuxer::select(const std::vector<int>& streams) {

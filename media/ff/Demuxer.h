@@ -15,8 +15,9 @@ namespace vimbo::ff {
 
 class Demuxer {
 public:
-    // Opens the file and reads its stream facts. Throws VimboError::unreadable(url) when it
-    // cannot be opened as media, Cancelled when `cancel` is raised meanwhile. `cancel` (may be
+    // Opens the movie (see openMovie for which files open) and reads its stream facts. Throws
+    // VimboError::unreadable(url) when it cannot be opened, Cancelled when `cancel` is raised
+    // meanwhile. `cancel` (may be
     // null) must outlive the Demuxer.
     explicit Demuxer(const QUrl& url, const CancelFlag* cancel = nullptr);
 

@@ -1,11 +1,8 @@
 #pragma once
 
-// A movie file opened for reading under a deadline. FFmpeg asks the deadline before every read,
-// so a slow, endless or hostile file makes the open and every later read give up instead of
-// hanging the thread that probes it.
-//
-// Only the QuickTime/MP4 family is read (mov, mp4, m4v, m4a, 3gp, mj2): the movie files the
-// rest of the system can take in. Anything else fails to open, whatever its name says.
+// A movie file opened for reading under a deadline (see openMovie for which files open).
+// FFmpeg asks the deadline before every read, so a slow, endless or hostile file makes the open
+// and every later read give up instead of hanging the thread that probes it.
 
 #include "media/ff/Ptr.h"
 
