@@ -20,27 +20,6 @@ void removeFile(const QString& path) {
     QFile::remove(path); // nothing there is the usual reason for failing; either way, ignored
 }
 
-std::vector<CopyClip> copyTrims(const std::vector<Segment>& segments) {
-    std::vector<CopyClip> clips;
-    for (const Segment& s : segments) {
-        CopyClip clip;
-        const Segment::Range range = s.trimmedRange();
-        clip.lower = range.lower;
-        clip.upper = range.upper;
-        if (s.info.hasAudio && !s.edits.muted)
-            clip.audio = AudioFacts{};
-        clips.push_back(std::move(clip));
-    }
-    return clips;
-}
-
-std::vector<QString> paths(const std::vector<Segment>& segments) {
-    std::vector<QString> result;
-    for (const Segment& s : segments)
-        result.push_back(s.url.toLocalFile());
-    return result;
-}
-
 } // namespace
 
 struct Exporter::Plan {
@@ -88,7 +67,7 @@ Exporter::Plan Exporter::prepare() {
         // see whether every trim and join can be honoured exactly. A file whose packets
         // cannot be read that way may still decode, so that too only rules the copy out.
         try {
-            plan.copy = prepareCopy(copyTrims(segments_), paths(segments_), *cancel_);
+            plan.copy = prepareCopy(copyClips(segments_), sourcePaths(segments_), *cancel_);
         } catch (const VimboError&) {
             plan.copy.reset();
         }

@@ -160,6 +160,27 @@ std::int64_t packetCount(const CopyPlan& plan) {
 
 } // namespace
 
+std::vector<CopyClip> copyClips(const std::vector<Segment>& segments) {
+    std::vector<CopyClip> clips;
+    for (const Segment& s : segments) {
+        CopyClip clip;
+        const Segment::Range range = s.trimmedRange();
+        clip.lower = range.lower;
+        clip.upper = range.upper;
+        if (s.info.hasAudio && !s.edits.muted)
+            clip.audio = AudioFacts{};
+        clips.push_back(std::move(clip));
+    }
+    return clips;
+}
+
+std::vector<QString> sourcePaths(const std::vector<Segment>& segments) {
+    std::vector<QString> result;
+    for (const Segment& s : segments)
+        result.push_back(s.url.toLocalFile());
+    return result;
+}
+
 std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
                                    const std::vector<QString>& paths, const CancelFlag& cancel,
                                    PlanResult* result) {

@@ -10,6 +10,7 @@
 #include "export/ExportChoices.h"
 #include "export/SourceScan.h"
 #include "media/ff/Cancel.h"
+#include "model/Segment.h"
 
 #include <QByteArray>
 #include <QString>
@@ -28,6 +29,11 @@ struct CopyJob {
     std::optional<QByteArray> silence; // an AAC frame of silence, where the plan needs one
     std::int64_t samples = 0;          // packets the movie will hold, to size its index
 };
+
+// What the copy must keep of each segment (its trimmed range, its sound unless muted); the
+// packet facts are filled in by prepareCopy.
+std::vector<CopyClip> copyClips(const std::vector<Segment>& segments);
+std::vector<QString> sourcePaths(const std::vector<Segment>& segments);
 
 // Reads the clips' packet tables and plans the copy. Absent (with the reason in `refusal`)
 // when the clips cannot be joined exactly by copying.

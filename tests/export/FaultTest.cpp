@@ -3,6 +3,7 @@
 // leaves no partial file, and crashes nothing.
 #include "export/ExportFailure.h"
 #include "export/Exporter.h"
+#include "export/StreamCopier.h"
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
 
@@ -79,31 +80,45 @@ TEST(Fault, CancelBeforeTheStartWritesNothing) {
 }
 
 // A clip's file removed while the export runs. Linux keeps a file's contents readable while it
-// is open, so a removal after the export opened the clip does no harm and the export ends
+// is open, so a removal after the renderer opened the clip does no harm and the export ends
 // well; a removal before must fail with the sentence that says so and leave no file. Which of
 // the two happens depends on timing, so the export is tried until the failure has been seen.
 TEST(Fault, ClipFileRemovedDuringTheExport) {
-    for (const ExportQuality quality : {ExportQuality::original, ExportQuality::high}) {
-        SCOPED_TRACE(rawValue(quality).toStdString());
-        bool failed = false;
-        for (int attempt = 0; attempt < 6 && !failed; ++attempt) {
-            const std::vector<Segment> clips = copies(3, scratchFolder());
-            const QString doomed = clips.back().url.toLocalFile();
-            const QString out = placeholder(scratchFolder() + QStringLiteral("/gone.mp4"));
-            Exporter exporter(clips, {}, ExportFormat::mp4, quality);
-            const Outcome outcome =
-                runExport(exporter, out, [&](double) { QFile::remove(doomed); });
-            if (outcome.kind == Outcome::Kind::done) {
-                EXPECT_EQ(decodeErrors(out), QString());
-                continue;
-            }
-            failed = true;
-            EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
-            EXPECT_EQ(outcome.message, QStringLiteral("\u201Cclip2.mp4\u201D was moved or "
-                                                      "deleted during the export."));
-            EXPECT_FALSE(QFileInfo::exists(out));
+    bool failed = false;
+    for (int attempt = 0; attempt < 6 && !failed; ++attempt) {
+        const std::vector<Segment> clips = copies(3, scratchFolder());
+        const QString doomed = clips.back().url.toLocalFile();
+        const QString out = placeholder(scratchFolder() + QStringLiteral("/gone.mp4"));
+        Exporter exporter(clips, {}, ExportFormat::mp4, ExportQuality::high);
+        const Outcome outcome = runExport(exporter, out, [&](double) { QFile::remove(doomed); });
+        if (outcome.kind == Outcome::Kind::done) {
+            EXPECT_EQ(decodeErrors(out), QString());
+            continue;
         }
-        EXPECT_TRUE(failed) << "the removal never came before the clip was opened";
+        failed = true;
+        EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
+        EXPECT_EQ(outcome.message, QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted "
+                                                  "during the export."));
+        EXPECT_FALSE(QFileInfo::exists(out));
+    }
+    EXPECT_TRUE(failed) << "the removal never came before the clip was opened";
+}
+
+// A copy reads its clips twice, once to plan and once to copy, each within milliseconds; a
+// clip that goes in between fails the same way.
+TEST(Fault, ClipFileRemovedBetweenPlanAndCopy) {
+    const std::vector<Segment> clips = copies(3, scratchFolder());
+    const CancelFlag cancel;
+    const auto job = prepareCopy(copyClips(clips), sourcePaths(clips), cancel);
+    ASSERT_TRUE(job);
+    QFile::remove(clips.back().url.toLocalFile());
+    try {
+        copyStreams(*job, scratchFolder() + QStringLiteral("/gone.mp4"), ExportFormat::mp4, cancel,
+                    [](double) {});
+        ADD_FAILURE() << "the copy succeeded without its last clip";
+    } catch (const VimboError& e) {
+        EXPECT_EQ(e.errorDescription(),
+                  QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted during the export."));
     }
 }
 
