@@ -2,6 +2,7 @@
 
 #include "model/Bookmark.h"
 #include "model/NaturalOrder.h"
+#include "model/PickedFile.h"
 #include "model/TurnedImage.h"
 #include "model/UndoNames.h"
 
@@ -193,8 +194,8 @@ void Project::importFromPhotos(const QList<QUrl>& picked) {
     QThreadPool::globalInstance()->start([self, store, picked] {
         QList<QUrl> kept;
         for (const QUrl& url : picked)
-            if (const auto copy = store.keep(url))
-                kept.append(*copy);
+            if (const auto copy = PickedFile::keeping(url, store))
+                kept.append(copy->url);
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, kept] {
             if (self)
                 self->addImported(kept);

@@ -104,9 +104,10 @@ public:
     void beginGesture();
     // Ends a gesture: one step from its start, if anything changed.
     void endGesture(const char* name);
-    // The window hands over its undo stack (held weakly; may be replaced).
-    void setUndoStack(QUndoStack* stack);
-    QUndoStack* undoStack() const { return history_.stack(); }
+    // The window hands over its undo stack (held weakly), and again whenever it replaces it;
+    // steps registered with an earlier stack stay there.
+    void observeUndo(QUndoStack* undoManager);
+    QUndoStack* undoManager() const { return history_.stack(); }
 
     // Persistence. save() encodes the project at once and writes it on a worker thread;
     // saveNow() also waits for the file to be on disk (at quit). Destroying the project waits

@@ -33,8 +33,8 @@ void Project::endGesture(const char* name) {
         registerUndo(*start, name);
 }
 
-void Project::setUndoStack(QUndoStack* stack) {
-    history_.setStack(stack);
+void Project::observeUndo(QUndoStack* undoManager) {
+    history_.setStack(undoManager);
 }
 
 void Project::refreshUndo() {

@@ -190,16 +190,4 @@ void SessionStore::cleanImports(const std::vector<Clip>& clips) const {
     }
 }
 
-std::optional<QUrl> SessionStore::keep(const QUrl& received) const {
-    const QString folder = importsFolder() + QLatin1Char('/') +
-                           QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    if (!QDir().mkpath(folder))
-        return std::nullopt;
-    const QString source = received.toLocalFile();
-    const QString destination = folder + QLatin1Char('/') + QFileInfo(source).fileName();
-    if (!QFile::copy(source, destination))
-        return std::nullopt;
-    return QUrl::fromLocalFile(destination);
-}
-
 } // namespace vimbo

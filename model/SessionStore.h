@@ -43,10 +43,6 @@ public:
     // Deletes every entry of the import store that no imported clip of `clips` lives in.
     void cleanImports(const std::vector<Clip>& clips) const;
 
-    // Copies a received file into a new folder of its own in the import store; the copy's URL,
-    // or absent when the copy cannot be made.
-    std::optional<QUrl> keep(const QUrl& received) const;
-
 private:
     QString folder_;
 };

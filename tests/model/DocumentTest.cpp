@@ -1,4 +1,5 @@
 #include "model/Bookmark.h"
+#include "model/PickedFile.h"
 #include "model/UndoNames.h"
 #include "tests/model/ProjectFixture.h"
 
@@ -113,7 +114,7 @@ TEST_F(ProjectTest, WithoutAStackChangesStandAndAReplacedStackStartsFresh) {
     ASSERT_TRUE(project->canUndo());
 
     QUndoStack other;
-    project->setUndoStack(&other);
+    project->observeUndo(&other);
     EXPECT_FALSE(project->canUndo());
     project->add({file("b.jpg")});
     nextTurn();
@@ -121,7 +122,7 @@ TEST_F(ProjectTest, WithoutAStackChangesStandAndAReplacedStackStartsFresh) {
     other.undo();
     EXPECT_EQ(project->clips().size(), 1u);
 
-    project->setUndoStack(nullptr);
+    project->observeUndo(nullptr);
     EXPECT_FALSE(project->canUndo());
     EXPECT_FALSE(project->canRedo());
     project->add({file("c.jpg")});
@@ -142,7 +143,7 @@ TEST_F(ProjectTest, AutosaveIsDebouncedAndRestoreBringsTheProjectBack) {
     ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(session); }, 2000));
 
     // A change just before quitting is kept by the final save.
-    project->addImported({*store.keep(file("picked.heic"))});
+    project->addImported({PickedFile::keeping(file("picked.heic"), store)->url});
     project->saveNow();
     const Saved expected{project->clips(), project->layout(), project->nextAdded()};
     const QDateTime written = QFileInfo(session).lastModified();
@@ -168,7 +169,7 @@ TEST_F(ProjectTest, RestoreFindsMovedFilesAndImportedCopiesAndCleansTheStore) {
     const QUrl moved = file("trip/day1.jpg");
     const QUrl gone = file("trip/gone.jpg");
     project->add({moved, gone});
-    const QUrl copy = *store.keep(file("IMG_1.heic"));
+    const QUrl copy = PickedFile::keeping(file("IMG_1.heic"), store)->url;
     project->addImported({copy});
     const QUuid keptImport = project->clips().back().id;
     project->saveNow();

@@ -50,7 +50,7 @@ protected:
         project.reset();
         undo = std::make_unique<QUndoStack>();
         project = std::make_unique<Project>(realMedia(), store);
-        project->setUndoStack(undo.get());
+        project->observeUndo(undo.get());
     }
 
     QUndoStack& stack() { return *undo; }
