@@ -46,12 +46,7 @@ TEST(PhotoLoad, BoundedSizeWithOrientation) {
 }
 
 TEST(PhotoLoad, OrientationTurnsThePixels) {
-    const QString quadrants = test::generated(
-        "quadrants-400x200.jpg", {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf",
-                                  "geq=r='if(lt(Y,H/2),if(lt(X,W/2),255,0),if(lt(X,W/2),0,255))'"
-                                  ":g='if(lt(Y,H/2),if(lt(X,W/2),0,255),if(lt(X,W/2),0,255))'"
-                                  ":b='if(lt(Y,H/2),0,255)'",
-                                  "-frames:v", "1", "-q:v", "2"});
+    const QString quadrants = test::quadrantsPhoto();
     auto corners = [](const QImage& image) {
         QString s;
         for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}}) {

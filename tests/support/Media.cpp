@@ -59,6 +59,17 @@ QString generated(const QString& name, const QStringList& ffmpegArgs) {
     return path;
 }
 
+const QString quadrantsFilter =
+    QStringLiteral("geq=r='if(lt(Y,H/2),if(lt(X,W/2),255,0),if(lt(X,W/2),0,255))'"
+                   ":g='if(lt(Y,H/2),if(lt(X,W/2),0,255),if(lt(X,W/2),0,255))'"
+                   ":b='if(lt(Y,H/2),0,255)'");
+
+QString quadrantsPhoto() {
+    return generated(QStringLiteral("quadrants-400x200.jpg"),
+                     {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf", quadrantsFilter,
+                      "-frames:v", "1", "-q:v", "2"});
+}
+
 QString scratchFolder() {
     static std::vector<std::unique_ptr<QTemporaryDir>> folders;
     folders.push_back(std::make_unique<QTemporaryDir>());

@@ -25,6 +25,12 @@ bool run(const QString& program, const QStringList& arguments, QString* output =
 // and reused by later tests. The name must be unique for the arguments.
 QString generated(const QString& name, const QStringList& ffmpegArgs);
 
+// An ffmpeg filter that paints a picture in four quadrants, so that a test can tell which way
+// it was turned or mirrored: red top left, green top right, blue bottom left, white bottom right.
+extern const QString quadrantsFilter;
+// A 400 × 200 JPEG of those quadrants.
+QString quadrantsPhoto();
+
 // A fresh, empty temporary folder that lives until the process ends.
 QString scratchFolder();
 

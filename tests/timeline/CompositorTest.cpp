@@ -249,12 +249,7 @@ TEST(Compositor, BlackWithoutASourceFrame) {
 }
 
 TEST(Compositor, PhotoDecodedOncePerInstructionAndSize) {
-    const QString plain = test::generated(
-        "quadrants-400x200.jpg", {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf",
-                                  "geq=r='if(lt(Y,H/2),if(lt(X,W/2),255,0),if(lt(X,W/2),0,255))'"
-                                  ":g='if(lt(Y,H/2),if(lt(X,W/2),0,255),if(lt(X,W/2),0,255))'"
-                                  ":b='if(lt(Y,H/2),0,255)'",
-                                  "-frames:v", "1", "-q:v", "2"});
+    const QString plain = test::quadrantsPhoto();
     const QString photo = test::scratchFolder() + "/turned.jpg";
     ASSERT_TRUE(QFile::copy(plain, photo));
     ASSERT_TRUE(

@@ -37,9 +37,7 @@ QString numberedVideo(bool withSound) {
 
 QString quadrantVideo(bool turned) {
     const QString quadrants =
-        "geq=r='if(lt(Y,H/2),if(lt(X,W/2),255,0),if(lt(X,W/2),0,255))'"
-        ":g='if(lt(Y,H/2),if(lt(X,W/2),0,255),if(lt(X,W/2),0,255))'"
-        ":b='if(lt(Y,H/2),0,255)',scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
+        quadrantsFilter + ",scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
     const QString upright = generated(
         "quadrants.mp4", {"-f", "lavfi", "-i", "color=black:size=320x160:rate=30:duration=1", "-vf",
                           quadrants, "-c:v", "libx264", "-crf", "10", "-color_primaries", "bt709",
