@@ -3,7 +3,7 @@
 #include "app/CommandLine.h"
 #include "export/ExportController.h"
 #include "media/MediaProbe.h"
-#include "ui/TimeText.h"
+#include "model/TimeText.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -4,7 +4,7 @@
 #include "model/RecordJson.h"
 #include "model/Segment.h"
 #include "model/SessionStore.h"
-#include "ui/TimeText.h"
+#include "model/TimeText.h"
 
 #include <QtConcurrent/QtConcurrentMap>
 

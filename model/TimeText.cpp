@@ -1,4 +1,4 @@
-#include "ui/TimeText.h"
+#include "model/TimeText.h"
 
 #include <QLocale>
 
