@@ -1,0 +1,38 @@
+#pragma once
+
+// The window's icons. Each has a freedesktop icon name, so a desktop theme (Adwaita, Breeze…)
+// draws it in its own style; where the theme has none, Vimbo's bundled drawing is used,
+// tinted with the palette's text colour so it reads in light and dark themes alike.
+
+#include <QIcon>
+
+namespace vimbo::ui {
+
+enum class Icon {
+    undo,
+    redo,
+    add,   // a plus
+    sort,  // arrows up and down
+    frame, // a landscape rectangle: the frame shape menu
+    framePortrait,
+    share,     // a box with an arrow out of it: export, share
+    inspector, // a window with a right-hand column
+    film,      // a video, and a clip whose format is not supported
+    missing,   // a dashed square with a question mark: a file that cannot be found
+    muted,     // a speaker struck through
+    rotateLeft,
+    rotateRight,
+    done,      // a check mark in a circle
+    warning,   // an exclamation mark in a triangle
+    close,     // an x
+    filmStack, // the empty window's invitation
+    photos,    // the photo picker
+};
+
+// The icon, from the desktop theme when it has one, else bundled.
+QIcon icon(Icon which);
+
+// The bundled drawing alone, in one colour (the done check in green, the warning in yellow).
+QIcon bundledIcon(Icon which, const QColor& color);
+
+} // namespace vimbo::ui
