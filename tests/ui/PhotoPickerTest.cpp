@@ -170,5 +170,24 @@ TEST_F(PhotoPickerTest, EmptyOrMissingPlacesShowANote) {
     EXPECT_EQ(stack().count(), 0);
 }
 
+// Without roots of its own the picker looks where the desktop says: the Pictures folder named
+// in the user's XDG settings, and the GVfs mounts of the session (a phone over MTP).
+TEST_F(PhotoPickerTest, StandardPlacesComeFromTheDesktop) {
+    const QString config = root + "/config";
+    touch(config + "/user-dirs.dirs", ("XDG_PICTURES_DIR=\"" + root + "/Bilder\"\n").toUtf8());
+    place(root + "/Bilder", "a.jpg", jpeg(), 1);
+    QDir().mkpath(root + "/run/gvfs/mtp:host=Pixel_7/Internal shared storage/DCIM");
+    qputenv("XDG_CONFIG_HOME", config.toUtf8());
+    qputenv("XDG_RUNTIME_DIR", (root + "/run").toUtf8());
+
+    QPointer<PhotoPicker> picker = new PhotoPicker(*project);
+    picker->show();
+    ASSERT_TRUE(waitUntil([&] { return picker->isListed(); }));
+    EXPECT_EQ(picker->placeBox()->itemText(0), "Bilder");
+    EXPECT_EQ(picker->placeBox()->itemText(1), "mtp:host=Pixel_7");
+    EXPECT_EQ(shown(*picker), QStringList({"a.jpg"}));
+    picker->reject();
+}
+
 } // namespace
 } // namespace vimbo::test
