@@ -31,6 +31,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -40,7 +41,8 @@ using namespace vimbo::ui;
 namespace {
 
 QPalette lightPalette() {
-    return QStyleFactory::create(QStringLiteral("Fusion"))->standardPalette();
+    const std::unique_ptr<QStyle> fusion(QStyleFactory::create(QStringLiteral("Fusion")));
+    return fusion->standardPalette();
 }
 
 // A dark palette with every role set, as a dark desktop theme hands one over.
