@@ -8,6 +8,8 @@ packages=(
   build-essential cmake ninja-build pkg-config clang-format
   # Qt 6: core, gui, widgets, concurrency, D-Bus, multimedia, image plug-ins, undo (QtGui)
   qt6-base-dev qt6-multimedia-dev qt6-image-formats-plugins qt6-qpa-plugins libgl-dev
+  # the SVG icon engine that draws the bundled icons
+  libqt6svg6
   # media
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
   libheif-dev libexiv2-dev

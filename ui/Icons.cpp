@@ -13,7 +13,7 @@ namespace vimbo::ui {
 namespace {
 
 struct Names {
-    const char* theme;   // freedesktop name
+    const char* theme;   // freedesktop name; empty where no standard name fits our drawing
     const char* bundled; // file under :/icons/
 };
 
@@ -34,22 +34,24 @@ constexpr std::array<Names, 18> names{{
     {"emblem-ok", "done"},
     {"dialog-warning", "warning"},
     {"window-close", "close"},
-    {"folder-videos", "film-stack"},
-    {"folder-pictures", "photos"},
+    // The empty window's and the picker's pictures are illustrations rather than commands;
+    // a theme's folder icons would say "folder", so these are always our own.
+    {"", "film-stack"},
+    {"", "photos"},
 }};
 
 const Names& namesOf(Icon which) {
     return names.at(static_cast<std::size_t>(which));
 }
 
-// Draws a one-colour SVG in the palette's text colour for the mode asked (or a fixed colour),
-// so bundled icons follow the light or dark theme and grey out when disabled.
+// Draws a one-colour icon (our SVGs, a theme's symbolic icons) in the palette's text colour
+// for the mode asked (or a fixed colour), so it follows the light or dark theme and greys out
+// when disabled.
 class TintedEngine : public QIconEngine {
 public:
-    TintedEngine(QString path, std::optional<QColor> color)
-        : path_(std::move(path))
-        , color_(std::move(color))
-        , shape_(path_) {}
+    TintedEngine(QIcon shape, std::optional<QColor> color)
+        : shape_(std::move(shape))
+        , color_(std::move(color)) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode,
                QIcon::State state) override {
@@ -66,8 +68,8 @@ public:
     }
 
     QIconEngine* clone() const override {
-        return new TintedEngine(path_, color_);
-    } // NOLINT: Qt takes ownership
+        return new TintedEngine(shape_, color_); // NOLINT: Qt takes ownership
+    }
 
 private:
     QColor colorFor(QIcon::Mode mode) const {
@@ -80,24 +82,35 @@ private:
                                                      : QPalette::WindowText);
     }
 
-    QString path_;
-    std::optional<QColor> color_;
     QIcon shape_;
+    std::optional<QColor> color_;
 };
+
+QIcon tinted(QIcon shape, std::optional<QColor> color) {
+    return QIcon(new TintedEngine(std::move(shape), std::move(color))); // NOLINT: QIcon owns it
+}
 
 QIcon bundled(Icon which, std::optional<QColor> color) {
     const QString path =
         QStringLiteral(":/icons/%1.svg").arg(QLatin1String(namesOf(which).bundled));
     if (!QFile::exists(path))
         return {};
-    return QIcon(new TintedEngine(path, std::move(color))); // NOLINT: QIcon owns its engine
+    return tinted(QIcon(path), std::move(color));
 }
 
 } // namespace
 
 QIcon icon(Icon which) {
     const QString theme = QLatin1String(namesOf(which).theme);
-    if (!theme.isEmpty() && QIcon::hasThemeIcon(theme))
+    if (theme.isEmpty())
+        return bundled(which, std::nullopt);
+    // A theme's symbolic variant is a single-colour template (Adwaita draws it dark grey and
+    // leaves the colouring to the toolkit): tinted, it reads in dark themes too. Plain names
+    // come next, as the theme draws them (Breeze colours its own).
+    const QString symbolic = theme + QStringLiteral("-symbolic");
+    if (QIcon::hasThemeIcon(symbolic))
+        return tinted(QIcon::fromTheme(symbolic), std::nullopt);
+    if (QIcon::hasThemeIcon(theme))
         return QIcon::fromTheme(theme);
     return bundled(which, std::nullopt);
 }

@@ -1,8 +1,9 @@
 #pragma once
 
-// The window's icons. Each has a freedesktop icon name, so a desktop theme (Adwaita, Breeze…)
-// draws it in its own style; where the theme has none, Vimbo's bundled drawing is used,
-// tinted with the palette's text colour so it reads in light and dark themes alike.
+// The window's icons. Most have a freedesktop icon name, so a desktop theme (Adwaita, Breeze…)
+// draws them in its own style; where the theme has none, Vimbo's bundled drawing is used
+// (ui/icons/, one-colour line art on a 24 × 24 grid), tinted with the palette's text colour so
+// it reads in light and dark themes alike. Interface thread only.
 
 #include <QIcon>
 
@@ -19,7 +20,7 @@ enum class Icon {
     inspector, // a window with a right-hand column
     film,      // a video, and a clip whose format is not supported
     missing,   // a dashed square with a question mark: a file that cannot be found
-    muted,     // a speaker struck through
+    muted,     // a speaker with a small x
     rotateLeft,
     rotateRight,
     done,      // a check mark in a circle
@@ -29,7 +30,8 @@ enum class Icon {
     photos,    // the photo picker
 };
 
-// The icon, from the desktop theme when it has one, else bundled.
+// The icon, from the desktop theme when it has one (its symbolic variant first, tinted like the
+// bundled drawings), else bundled.
 QIcon icon(Icon which);
 
 // The bundled drawing alone, in one colour (the done check in green, the warning in yellow).
