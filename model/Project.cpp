@@ -238,6 +238,10 @@ void Project::selectAll() {
     setSelection(std::move(all));
 }
 
+void Project::clearSelection() {
+    setSelection({});
+}
+
 std::vector<Clip> Project::selectedClips() const {
     std::vector<Clip> selected;
     std::copy_if(clips_.begin(), clips_.end(), std::back_inserter(selected),

@@ -80,6 +80,8 @@ public:
     // Selection. Ctrl toggles one clip, Shift extends from the anchor.
     void click(const QUuid& id, Qt::KeyboardModifiers modifiers);
     void selectAll();
+    // Escape, or a click beside the tiles: nothing selected (the anchor stays).
+    void clearSelection();
     std::vector<Clip> selectedClips() const;
 
     // Edits each given clip (the selection when absent) that has been probed. With a name the
