@@ -6,9 +6,9 @@
 #include "timeline/Timeline.h"
 #include "ui/ElidedLabel.h"
 #include "ui/Icons.h"
+#include "ui/Segmented.h"
 #include "ui/Tones.h"
 
-#include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -243,27 +243,13 @@ QWidget* InspectorView::mergedSections() {
     });
     form->addRow(tr("Shape"), shape_);
 
-    auto* scale = new QWidget;
-    scale->setAccessibleName(tr("Scale"));
-    auto* segments = new QHBoxLayout(scale);
-    segments->setContentsMargins(0, 0, 0, 0);
-    segments->setSpacing(0);
-    fill_ = new QButtonGroup(scale);
-    const std::pair<FillMode, QString> modes[] = {{FillMode::fit, tr("Fit")},
-                                                  {FillMode::fill, tr("Fill")}};
-    for (const auto& [mode, text] : modes) {
-        auto* button = new QPushButton(text);
-        button->setCheckable(true);
-        button->setAccessibleName(text);
-        fill_->addButton(button, static_cast<int>(mode));
-        segments->addWidget(button);
-    }
-    connect(fill_, &QButtonGroup::idClicked, this, [this](int id) {
+    fill_ = new Segmented(tr("Scale"), {tr("Fit"), tr("Fill")});
+    fill_->onChosen([this](int index) {
         Layout chosen = project_.layout();
-        chosen.fill = static_cast<FillMode>(id);
+        chosen.fill = allFillModes.at(static_cast<std::size_t>(index));
         project_.setLayout(chosen, UndoName::changeFill);
     });
-    form->addRow(tr("Scale"), scale);
+    form->addRow(tr("Scale"), fill_);
 
     layout->addWidget(section({}, form));
     form->addRow(tr("Clips"), clips_ = valueLabel(tr("Clips")));
@@ -405,7 +391,7 @@ void InspectorView::refreshMerged() {
     const auto shape =
         std::find(allFrameShapes.begin(), allFrameShapes.end(), project_.layout().shape);
     shape_->setCurrentIndex(static_cast<int>(shape - allFrameShapes.begin()));
-    fill_->button(static_cast<int>(project_.layout().fill))->setChecked(true);
+    fill_->setCurrent(static_cast<int>(project_.layout().fill));
     std::vector<Segment> segments;
     for (const auto& [id, segment] : project_.usable())
         segments.push_back(segment);

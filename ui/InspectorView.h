@@ -21,7 +21,6 @@
 #include <utility>
 #include <vector>
 
-class QButtonGroup;
 class QCheckBox;
 class QComboBox;
 class QDoubleSpinBox;
@@ -37,6 +36,7 @@ struct Clip;
 namespace vimbo::ui {
 
 class ElidedLabel;
+class Segmented;
 
 class InspectorView : public QWidget {
     Q_OBJECT
@@ -81,7 +81,7 @@ private:
 
     // Controls of the current make-up; null when not shown.
     QComboBox* shape_ = nullptr;
-    QButtonGroup* fill_ = nullptr;
+    Segmented* fill_ = nullptr;
     QLabel* clips_ = nullptr;
     QLabel* length_ = nullptr;
     QLabel* size_ = nullptr;
