@@ -141,13 +141,24 @@ ClipTileDelegate::ClipTileDelegate(Project& project, const ClipListModel& model,
 
 QSize ClipTileDelegate::sizeHint(const QStyleOptionViewItem& option,
                                  const QModelIndex& index) const {
-    const int name = QFontMetrics(scaled(option.font, 0.85, QFont::Normal)).height();
-    const int height = M::paddingTop + M::pictureHeight + M::nameGap + name;
+    const int height =
+        M::paddingTop + M::pictureHeight + M::nameGap + fonts(option.font).nameHeight;
     const int row = index.row();
     const int leading = row == 0 ? M::paddingX : 0;
     if (model_.isAddTile(row))
         return {leading + M::addSide + M::paddingX, height};
     return {leading + M::pictureWidth + M::spacing, height};
+}
+
+const ClipTileDelegate::Fonts& ClipTileDelegate::fonts(const QFont& base) const {
+    if (fonts_.nameHeight == 0 || !(fonts_.base == base)) {
+        fonts_.base = base;
+        fonts_.name = scaled(base, 0.85, QFont::Normal);   // caption
+        fonts_.badge = scaled(base, 0.77, QFont::Medium);  // caption 2
+        fonts_.mark = scaled(base, 0.77, QFont::DemiBold); //
+        fonts_.nameHeight = QFontMetrics(fonts_.name).height();
+    }
+    return fonts_;
 }
 
 QRect ClipTileDelegate::tileRect(const QRect& itemRect, int row) const {
@@ -186,15 +197,14 @@ void ClipTileDelegate::paintClip(QPainter* painter, const QStyleOptionViewItem& 
         painter->setPen(QPen(option.palette.color(QPalette::Highlight), 3));
         painter->drawPath(rounded(QRectF(picture).adjusted(1.5, 1.5, -1.5, -1.5), M::radius - 1));
     }
-    const QFont nameFont = scaled(option.font, 0.85, QFont::Normal);
-    painter->setFont(nameFont);
+    const Fonts& f = fonts(option.font);
+    painter->setFont(f.name);
     painter->setPen(selected ? option.palette.color(QPalette::WindowText)
                              : secondaryText(option.palette));
-    const QRect name(tile.left(), picture.bottom() + 1 + M::nameGap, M::pictureWidth,
-                     QFontMetrics(nameFont).height());
+    const QRect name(tile.left(), picture.bottom() + 1 + M::nameGap, M::pictureWidth, f.nameHeight);
     painter->drawText(
         name, Qt::AlignHCenter | Qt::AlignTop | Qt::TextDontClip,
-        QFontMetrics(nameFont).elidedText(clip.url.fileName(), Qt::ElideMiddle, M::pictureWidth));
+        QFontMetrics(f.name).elidedText(clip.url.fileName(), Qt::ElideMiddle, M::pictureWidth));
 }
 
 void ClipTileDelegate::paintPicture(QPainter* painter, const QStyleOptionViewItem& option,
@@ -222,14 +232,13 @@ void ClipTileDelegate::paintLabels(QPainter* painter, const QStyleOptionViewItem
     if (info == project_.info().constEnd() || !info->isUsable())
         return;
     const Segment segment{clip.url, *info, clip.edits};
-    paintCapsule(painter, scaled(option.font, 0.77, QFont::Medium),
-                 TimeText::short_(segment.duration()), false,
+    paintCapsule(painter, fonts(option.font).badge, TimeText::short_(segment.duration()), false,
                  picture.bottomRight() + QPoint(1 - 4, 1 - 4), Qt::BottomRightCorner);
     const bool sped = clip.edits.speed != 1.0;
     if (info->kind != MediaKind::video || !(sped || clip.edits.muted))
         return;
     const QString speed = sped ? TimeText::seconds(clip.edits.speed) + u'\u00D7' : QString();
-    paintCapsule(painter, scaled(option.font, 0.77, QFont::DemiBold), speed, clip.edits.muted,
+    paintCapsule(painter, fonts(option.font).mark, speed, clip.edits.muted,
                  picture.topLeft() + QPoint(4, 4), Qt::TopLeftCorner);
 }
 

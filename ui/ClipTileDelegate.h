@@ -5,6 +5,7 @@
 // is being read; the dashed add tile at the end. Pictures are scaled once per size and kept in
 // QPixmapCache, so a paint is only a few pixmap copies and short texts. Interface thread only.
 
+#include <QFont>
 #include <QStyledItemDelegate>
 
 namespace vimbo {
@@ -43,6 +44,16 @@ public:
     void setSpinnerAngle(int degrees) { spinnerAngle_ = degrees; }
 
 private:
+    // The tile's fonts, made from the view's font once rather than in every paint.
+    struct Fonts {
+        QFont base;
+        QFont name;
+        QFont badge;
+        QFont mark;
+        int nameHeight = 0;
+    };
+    const Fonts& fonts(const QFont& base) const;
+
     void paintClip(QPainter* painter, const QStyleOptionViewItem& option, const Clip& clip,
                    const QRect& tile) const;
     void paintPicture(QPainter* painter, const QStyleOptionViewItem& option, const Clip& clip,
@@ -55,6 +66,7 @@ private:
     Project& project_;
     const ClipListModel& model_;
     int spinnerAngle_ = 0;
+    mutable Fonts fonts_;
 };
 
 } // namespace vimbo::ui

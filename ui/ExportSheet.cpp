@@ -21,6 +21,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QThreadPool>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QtConcurrent/qtconcurrenttask.h>
@@ -34,6 +35,14 @@ constexpr double reducedLongEdge = 1920; // High and Smaller File, as the export
 const QString formatKey = QStringLiteral("format");
 const QString qualityKey = QStringLiteral("quality");
 const QString folderKey = QStringLiteral("exportFolder");
+
+// One question at a time, on a thread of its own: not Qt's global pool, which Qt's painting
+// shares, and not behind the project's queue of probes.
+QThreadPool& judges() {
+    static QThreadPool pool;
+    pool.setMaxThreadCount(1);
+    return pool;
+}
 
 struct Judged {
     bool copies = false;
@@ -231,7 +240,6 @@ void ExportSheet::judge() {
             verdict_ = Verdict{question.segments, question.layout, answer.copies, answer.whyNot};
             refresh();
         });
-    // Ahead of queued probes: the person is looking at the sheet now.
     watcher->setFuture(QtConcurrent::task([question, flag = judging_]() -> Judged {
                            try {
                                const CopyVerdict v =
@@ -241,7 +249,7 @@ void ExportSheet::judge() {
                                return {}; // cancelled, or beyond saying: no promise either way
                            }
                        })
-                           .withPriority(1)
+                           .onThreadPool(judges())
                            .spawn());
 }
 
