@@ -108,18 +108,20 @@ void filmstrip(Shots& shots, Views& views) {
     ClipEdits slow;
     slow.speed = 0.5;
     slow.muted = true;
+    const auto named = [&](const char* sampleName, bool photo, const char* name) {
+        return renamed(media(f, QLatin1String(sampleName), photo), f, QString::fromUtf8(name));
+    };
     views.open(
-        {{media(f, QStringLiteral("Landscape_1.jpg"), true)},
-         {media(f, QStringLiteral("bbb_800x640_768kbps_30fps_avc_2b_firstpts_10_sec.mp4"), false),
-          sped},
-         {media(f, QStringLiteral("sample_with_colr_mdcv_and_clli.mp4"), false), muted},
-         {media(f, QStringLiteral("london.jpg"), true)},
-         {f + QStringLiteral("/Birthday party (missing).mov")},
-         {media(f, QStringLiteral("sample.mp4"), false), slow},
-         {media(f, QStringLiteral("sample.mkv"), false)},
-         {media(f, QStringLiteral("portrait.jpg"), true)}});
+        {{named("Landscape_1.jpg", true, "Waterfall.jpg")},
+         {named("bbb_800x640_768kbps_30fps_avc_2b_firstpts_10_sec.mp4", false, "Meadow.mp4"), sped},
+         {named("sample_with_colr_mdcv_and_clli.mp4", false, "Mountain pass.mp4"), muted},
+         {named("london.jpg", true, "London.jpg")},
+         {f + QStringLiteral("/Birthday party.mov")}, // not there: missing
+         {named("sample.mp4", false, "Interview.mp4"), slow},
+         {named("sample.mkv", false, "Old camcorder tape.mkv")},
+         {named("portrait.jpg", true, "Summer holiday at the lake, day two.jpg")}});
     views.read();
-    views.project().click(views.id(QStringLiteral("sample_with_colr_mdcv_and_clli.mp4")), {});
+    views.project().click(views.id(QStringLiteral("Mountain pass.mp4")), {});
     shots.take(QStringLiteral("filmstrip"), [&] {
         auto* strip = new ui::Filmstrip(views.project(), [](const QUuid&) {});
         strip->resize(1200, strip->height());
