@@ -1,6 +1,7 @@
 #include "app/ExportRun.h"
 
 #include "app/CommandLine.h"
+#include "export/CopyVerdict.h"
 #include "export/ExportController.h"
 #include "media/MediaProbe.h"
 #include "model/TimeText.h"
@@ -144,6 +145,13 @@ int exportProject(const Project& project, const ExportOptions& options) {
     const ExportFormat format = options.format.value_or(
         exportFormatFromRaw(QFileInfo(path).suffix().toLower()).value_or(ExportFormat::mp4));
 
+    const ExportQuality quality = options.quality.value_or(ExportQuality::original);
+    // Say why the copy the person may expect at Original is not happening, as the window does.
+    if (quality == ExportQuality::original)
+        if (const QString why = decideCopy(segments, project.layout(), CancelFlag()).whyNot;
+            !why.isEmpty())
+            std::fprintf(stderr, "%s\n", qPrintable(why));
+
     ExportController controller;
     ProgressView view;
     QEventLoop loop;
@@ -159,8 +167,7 @@ int exportProject(const Project& project, const ExportOptions& options) {
         interrupted = true;
         controller.cancel();
     });
-    controller.start(segments, project.layout(), format,
-                     options.quality.value_or(ExportQuality::original), QUrl::fromLocalFile(path));
+    controller.start(segments, project.layout(), format, quality, QUrl::fromLocalFile(path));
     loop.exec();
     view.end();
     const ExportController::State state = controller.state();

@@ -97,23 +97,26 @@ CopyRefusal cutVideo(const CopyClip& clip, VideoCut& cut) {
     return CopyRefusal::none;
 }
 
-CopyRefusal checkVideoFormats(const std::vector<CopyClip>& clips, std::int64_t& timescale) {
+// The refusal, if any, and the clip it is about.
+std::pair<CopyRefusal, int> checkVideoFormats(const std::vector<CopyClip>& clips,
+                                              std::int64_t& timescale) {
     const VideoFacts& ref = clips.front().video;
     std::int64_t lcm = 1;
-    for (const CopyClip& clip : clips) {
-        const VideoFacts& v = clip.video;
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+        const VideoFacts& v = clips[i].video;
+        const int clip = static_cast<int>(i);
         if (v.codecId != ref.codecId || v.width != ref.width || v.height != ref.height)
-            return CopyRefusal::codecDiffers;
+            return {CopyRefusal::codecDiffers, clip};
         if (v.extradata != ref.extradata)
-            return CopyRefusal::parameterSetsDiffer;
+            return {CopyRefusal::parameterSetsDiffer, clip};
         if (v.timeBase.num != 1 || v.timeBase.den <= 0)
-            return CopyRefusal::timeBase;
+            return {CopyRefusal::timeBase, clip};
         lcm = std::lcm(lcm, static_cast<std::int64_t>(v.timeBase.den));
         if (lcm > INT_MAX)
-            return CopyRefusal::timeBase;
+            return {CopyRefusal::timeBase, clip};
     }
     timescale = lcm;
-    return CopyRefusal::none;
+    return {CopyRefusal::none, -1};
 }
 
 std::int64_t inOutput(std::int64_t t, const VideoCut& cut, std::int64_t timescale) {
@@ -266,8 +269,8 @@ PlanResult planCopy(const std::vector<CopyClip>& clips) {
         return {std::nullopt, CopyRefusal::noClips, -1};
     CopyPlan plan;
     std::int64_t timescale = 1;
-    if (const auto r = checkVideoFormats(clips, timescale); r != CopyRefusal::none)
-        return {std::nullopt, r, -1};
+    if (const auto [r, clip] = checkVideoFormats(clips, timescale); r != CopyRefusal::none)
+        return {std::nullopt, r, clip};
     plan.videoTimeBase = {1, static_cast<int>(timescale)};
     std::int64_t cursor = 0;
     for (std::size_t i = 0; i < clips.size(); ++i) {

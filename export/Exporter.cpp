@@ -1,5 +1,6 @@
 #include "export/Exporter.h"
 
+#include "export/CopyVerdict.h"
 #include "export/ExportFailure.h"
 #include "export/ProgressTicker.h"
 #include "export/Reencoder.h"
@@ -61,24 +62,18 @@ Exporter::Plan Exporter::prepare() {
         return std::make_shared<const Timeline>(
             Timeline::build(segments_, layout_, maxLongEdge, passthrough));
     };
-    if (isPassthrough()) {
-        plan.timeline = build(std::nullopt, true);
-        // Our stand-in for asking whether the copy is compatible: read the packet tables and
-        // see whether every trim and join can be honoured exactly. A file whose packets
-        // cannot be read that way may still decode, so that too only rules the copy out.
-        try {
-            plan.copy = prepareCopy(copyClips(segments_), sourcePaths(segments_), *cancel_);
-        } catch (const VimboError&) {
-            plan.copy.reset();
-        }
-        if (plan.copy) {
+    if (quality_ == ExportQuality::original) {
+        // The same verdict the export sheet shows: copy exactly when it says so.
+        CopyVerdict verdict = decideCopy(segments_, layout_, *cancel_);
+        if (verdict.job) {
+            plan.timeline = build(std::nullopt, true);
+            plan.copy = std::move(verdict.job);
             plan.preset = Preset::passthrough;
             return plan;
         }
         plan.timeline = build(std::nullopt, false);
     } else {
-        const bool full = quality_ == ExportQuality::original;
-        plan.timeline = build(full ? std::nullopt : std::optional(reducedLongEdge), false);
+        plan.timeline = build(reducedLongEdge, false);
     }
     plan.preset = preset();
     return plan;

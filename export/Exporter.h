@@ -46,8 +46,9 @@ public:
     ExportFormat format() const { return format_; }
     ExportQuality quality() const { return quality_; }
 
-    // Original quality over clips that can be joined without re-encoding. The copy may still
-    // turn out inexact once the files are read, and then the export re-encodes.
+    // Original quality over clips whose probed facts allow joining without re-encoding. The
+    // copy may still turn out inexact once the packets are read (decideCopy), and then the
+    // export re-encodes.
     bool isPassthrough() const;
     // Seconds the movie will last: the sum of the segments' played lengths.
     double duration() const;

@@ -57,7 +57,9 @@ Project::Project(MediaAccess media, std::optional<SessionStore> store, QObject* 
     restore();
 }
 
-Project::~Project() = default;
+Project::~Project() {
+    readers_.clear(); // what has not started yet never will; running reads finish
+}
 
 void Project::setShowPhotosPicker(bool show) {
     if (std::exchange(showPhotosPicker_, show) != show)
@@ -191,7 +193,7 @@ void Project::importFromPhotos(const QList<QUrl>& picked) {
         return;
     QPointer<Project> self(this);
     const SessionStore store = *store_;
-    QThreadPool::globalInstance()->start([self, store, picked] {
+    readers_.start([self, store, picked] {
         QList<QUrl> kept;
         for (const QUrl& url : picked)
             if (const auto copy = PickedFile::keeping(url, store))
@@ -236,6 +238,10 @@ void Project::selectAll() {
     for (const Clip& clip : clips_)
         all.insert(clip.id);
     setSelection(std::move(all));
+}
+
+void Project::clearSelection() {
+    setSelection({});
 }
 
 std::vector<Clip> Project::selectedClips() const {

@@ -13,6 +13,7 @@
 #include <QImage>
 #include <QObject>
 #include <QSet>
+#include <QThreadPool>
 #include <QTimer>
 #include <QUrl>
 #include <QUuid>
@@ -80,6 +81,8 @@ public:
     // Selection. Ctrl toggles one clip, Shift extends from the anchor.
     void click(const QUuid& id, Qt::KeyboardModifiers modifiers);
     void selectAll();
+    // Escape, or a click beside the tiles: nothing selected (the anchor stays).
+    void clearSelection();
     std::vector<Clip> selectedClips() const;
 
     // Edits each given clip (the selection when absent) that has been probed. With a name the
@@ -144,6 +147,9 @@ private:
     std::unique_ptr<SessionWriter> writer_; // present with a store
     UndoHistory history_;
     QTimer saveTimer_;
+    // Probing, thumbnails and import copies. Not Qt's global pool: Qt's own painting splits
+    // large fills across that one, and a window must never wait behind a queue of probes.
+    QThreadPool readers_;
 
     std::vector<Clip> clips_;
     Layout layout_;

@@ -74,4 +74,12 @@ QString seconds(double value) {
     return QLocale().toString(static_cast<double>(tenths) / 10.0, 'f', digits);
 }
 
+QString frameRate(double fps) {
+    if (!std::isfinite(fps) || std::abs(fps) >= 1e9)
+        return QLocale().toString(0);
+    const std::int64_t hundredths = std::llround(fps * 100);
+    const int digits = hundredths % 100 == 0 ? 0 : hundredths % 10 == 0 ? 1 : 2;
+    return QLocale().toString(static_cast<double>(hundredths) / 100.0, 'f', digits);
+}
+
 } // namespace vimbo::TimeText

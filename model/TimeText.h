@@ -16,4 +16,7 @@ QString precise(double seconds);
 // reads back as the same double: 0.25 gives 0.2, 0.35 gives 0.4.
 QString seconds(double value);
 
+// A frame rate with 0 to 2 fraction digits in the current locale ("29.97", "30", "23,98").
+QString frameRate(double fps);
+
 } // namespace vimbo::TimeText

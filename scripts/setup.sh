@@ -13,6 +13,8 @@ packages=(
   # media
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
   libheif-dev libexiv2-dev
+  # the desktop: Email… in the share menu (xdg-email), the icons the screenshots are drawn with
+  xdg-utils adwaita-icon-theme
   # tests and benchmarks
   libgtest-dev libbenchmark-dev ffmpeg libimage-exiftool-perl xvfb xauth
 )

@@ -1,7 +1,6 @@
 #include "timeline/Timeline.h"
 
 #include <cmath>
-#include <set>
 
 namespace vimbo {
 namespace {
@@ -16,20 +15,27 @@ constexpr Rate rates[] = {
     {30.0f, {1, 30}},         {50.0f, {1, 50}}, {59.94f, {1001, 60000}}, {60.0f, {1, 60}},
 };
 
-std::vector<const Segment*> usableOf(const std::vector<Segment>& segments) {
-    std::vector<const Segment*> usable;
-    for (const Segment& s : segments)
-        if (s.info.isUsable())
-            usable.push_back(&s);
-    return usable;
-}
+using Kind = JoinObstacle::Kind;
 
-bool matchesFirst(const Segment& s, const Segment& first) {
-    return s.info.kind == MediaKind::video && s.edits.speed == 1.0 &&
-           (s.edits.quarterTurns & 3) == 0 && s.info.codec == first.info.codec &&
-           s.info.naturalSize == first.info.naturalSize &&
-           s.info.transform == first.info.transform && s.info.isHDR == first.info.isHDR &&
-           std::fabs(s.info.frameRate - first.info.frameRate) < 0.5f;
+// The first way in which `s` cannot share a copied stream with `first`.
+std::optional<Kind> mismatch(const Segment& s, const Segment& first) {
+    if (s.info.kind != MediaKind::video)
+        return Kind::photo;
+    if (s.edits.speed != 1.0)
+        return Kind::speed;
+    if ((s.edits.quarterTurns & 3) != 0)
+        return Kind::turned;
+    if (s.info.codec != first.info.codec)
+        return Kind::codec;
+    if (s.info.naturalSize != first.info.naturalSize)
+        return Kind::codedSize;
+    if (s.info.transform != first.info.transform)
+        return Kind::transform;
+    if (s.info.isHDR != first.info.isHDR)
+        return Kind::dynamicRange;
+    if (!(std::fabs(s.info.frameRate - first.info.frameRate) < 0.5f))
+        return Kind::frameRate;
+    return std::nullopt;
 }
 
 } // namespace
@@ -58,20 +64,38 @@ MediaTime Timeline::frameDuration(const std::vector<Segment>& segments) {
 
 bool Timeline::canJoinWithoutReencoding(const std::vector<Segment>& segments,
                                         const Layout& layout) {
-    const std::vector<const Segment*> usable = usableOf(segments);
+    return !joinObstacle(segments, layout);
+}
+
+std::optional<JoinObstacle> Timeline::joinObstacle(const std::vector<Segment>& segments,
+                                                   const Layout& layout) {
+    std::vector<std::size_t> usable;
+    for (std::size_t i = 0; i < segments.size(); ++i)
+        if (segments[i].info.isUsable())
+            usable.push_back(i);
     if (usable.empty())
-        return false;
-    const Segment& first = *usable.front();
-    std::set<QString> audioFormats;
-    std::vector<Segment> copies;
-    for (const Segment* s : usable) {
-        if (!matchesFirst(*s, first))
-            return false;
-        if (s->info.hasAudio && !s->edits.muted)
-            audioFormats.insert(s->info.audioFormat);
-        copies.push_back(*s);
+        return JoinObstacle{};
+    const std::size_t first = usable.front();
+    for (const std::size_t i : usable)
+        if (const auto kind = mismatch(segments[i], segments[first]))
+            return JoinObstacle{*kind, i, first};
+    // One sound format among the clips that are heard; muted ones and silent ones do not count.
+    std::optional<std::size_t> heard;
+    for (const std::size_t i : usable) {
+        const Segment& s = segments[i];
+        if (!s.info.hasAudio || s.edits.muted)
+            continue;
+        if (!heard)
+            heard = i;
+        else if (s.info.audioFormat != segments[*heard].info.audioFormat)
+            return JoinObstacle{Kind::soundFormat, i, *heard};
     }
-    return audioFormats.size() <= 1 && renderSize(copies, layout) == first.info.size;
+    std::vector<Segment> kept;
+    for (const std::size_t i : usable)
+        kept.push_back(segments[i]);
+    if (renderSize(kept, layout) != segments[first].info.size)
+        return JoinObstacle{Kind::frame, first, first};
+    return std::nullopt;
 }
 
 const CompositorInstruction* VideoComposition::instructionAt(const MediaTime& t) const {

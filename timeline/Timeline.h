@@ -11,6 +11,7 @@
 #include "timeline/Composition.h"
 #include "timeline/CompositorInstruction.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -29,6 +30,29 @@ struct VideoComposition {
 
     // The instruction covering output time t, or null.
     const CompositorInstruction* instructionAt(const MediaTime& t) const;
+};
+
+// The first rule that keeps a clip list from being joined without re-encoding, and the clips
+// it is about: indices into the list given, of the clip that breaks the rule and of the clip
+// it differs from (the first usable one, or for sound the first one heard).
+struct JoinObstacle {
+    enum class Kind {
+        noClips,      // no usable clip at all
+        photo,        // `clip` is a photo
+        speed,        // `clip` plays faster or slower
+        turned,       // `clip` is turned by quarter turns
+        codec,        // `clip` has another codec than `reference`,
+        codedSize,    // another coded size,
+        transform,    // another display matrix,
+        dynamicRange, // HDR where `reference` is not, or the reverse,
+        frameRate,    // or a frame rate 0.5 fps or more apart
+        soundFormat,  // `clip` is heard in another sound format than `reference`
+        frame,        // the output frame is not the clips' own (`clip` is the first clip)
+    };
+    Kind kind = Kind::noClips;
+    std::size_t clip = 0;
+    std::size_t reference = 0;
+    friend bool operator==(const JoinObstacle&, const JoinObstacle&) = default;
 };
 
 class Timeline {
@@ -61,6 +85,9 @@ public:
     // format among the clips that are heard, and an output frame equal to theirs.
     static bool canJoinWithoutReencoding(const std::vector<Segment>& segments,
                                          const Layout& layout);
+    // Why not, checking clip by clip in order; absent exactly when they can be joined.
+    static std::optional<JoinObstacle> joinObstacle(const std::vector<Segment>& segments,
+                                                    const Layout& layout);
 
     const Composition& composition() const { return composition_; }
     const std::optional<VideoComposition>& videoComposition() const { return videoComposition_; }

@@ -93,7 +93,7 @@ TEST(CopyPlan, TrimsAndJoinsAreCopiedOnlyWhenExact) {
         {"parameter sets differ",
          {clip(ip, 0, 2), clip(video(60, "IPPPPPPPPPPPPPP", "other"), 0, 2)},
          CopyRefusal::parameterSetsDiffer,
-         -1},
+         1},
         {"sound formats differ",
          {clip(ip, 0, 2, aac(2)), clip(ip, 0, 2, aac(2, 44100, "\x12\x10"))},
          CopyRefusal::audioFormatsDiffer,

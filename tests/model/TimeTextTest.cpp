@@ -46,6 +46,16 @@ TEST_F(TimeTextTest, SecondsHasAtMostOneDigitRoundedHalfToEvenInTheLocale) {
     EXPECT_EQ(TimeText::seconds(4), QStringLiteral("4"));
 }
 
+TEST_F(TimeTextTest, FrameRateKeepsUpToTwoDigitsInTheLocale) {
+    const std::pair<double, const char*> english[] = {
+        {29.97002997, "29.97"}, {30, "30"}, {23.976, "23.98"}, {12.5, "12.5"}, {59.999, "60"},
+    };
+    for (auto [fps, text] : english)
+        EXPECT_EQ(TimeText::frameRate(fps), QString::fromUtf8(text)) << fps;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    EXPECT_EQ(TimeText::frameRate(29.97), QStringLiteral("29,97"));
+}
+
 TEST_F(TimeTextTest, NonFiniteInputsReadAsZero) {
     EXPECT_EQ(TimeText::short_(std::numeric_limits<double>::infinity()), QStringLiteral("0:00"));
     EXPECT_EQ(TimeText::precise(std::numeric_limits<double>::quiet_NaN()),

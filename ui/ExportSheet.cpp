@@ -1,0 +1,266 @@
+#include "ui/ExportSheet.h"
+
+#include "export/CopyVerdict.h"
+#include "export/ExportController.h"
+#include "model/Project.h"
+#include "timeline/Timeline.h"
+#include "ui/Segmented.h"
+#include "ui/Tones.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QFutureWatcher>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPointer>
+#include <QPushButton>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QThreadPool>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <QtConcurrent/qtconcurrenttask.h>
+
+#include <cmath>
+
+namespace vimbo::ui {
+namespace {
+
+constexpr double reducedLongEdge = 1920; // High and Smaller File, as the exporter builds them
+const QString formatKey = QStringLiteral("format");
+const QString qualityKey = QStringLiteral("quality");
+const QString folderKey = QStringLiteral("exportFolder");
+
+// One question at a time, on a thread of its own: not Qt's global pool, which Qt's painting
+// shares, and not behind the project's queue of probes.
+QThreadPool& judges() {
+    static QThreadPool pool;
+    pool.setMaxThreadCount(1);
+    return pool;
+}
+
+struct Judged {
+    bool copies = false;
+    QString whyNot;
+};
+
+// What the save dialog needs to start the export once a file is chosen.
+struct Job {
+    std::vector<Segment> segments;
+    Layout layout;
+    ExportFormat format;
+    ExportQuality quality;
+};
+
+// The window to put the save dialog on: the sheet's own, else the first visible main window.
+QWidget* hostWindow(QWidget* sheet) {
+    if (QWidget* parent = sheet->parentWidget())
+        return parent->window();
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (w != sheet && w->isVisible() && w->windowType() == Qt::Window)
+            return w;
+    return nullptr;
+}
+
+void showSaveDialog(QWidget* host, ExportController& controller, const Job& job) {
+    auto* dialog = new QFileDialog(host, ExportSheet::tr("Export"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setOption(QFileDialog::ReadOnly, false); // "New Folder" stays offered
+    const QString extension = fileExtension(job.format);
+    dialog->setNameFilter(job.format == ExportFormat::mp4
+                              ? ExportSheet::tr("MPEG-4 Movie (*.mp4)")
+                              : ExportSheet::tr("QuickTime Movie (*.mov)"));
+    dialog->setDefaultSuffix(extension);
+    const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
+    dialog->setDirectory(QSettings().value(folderKey, movies).toString());
+    dialog->selectFile(ExportSheet::tr("Merged Video") + u'.' + extension);
+    dialog->setWindowModality(host ? Qt::WindowModal : Qt::ApplicationModal);
+    QObject::connect(dialog, &QFileDialog::fileSelected, dialog,
+                     [target = QPointer<ExportController>(&controller), job](const QString& path) {
+                         if (path.isEmpty() || !target)
+                             return;
+                         QSettings().setValue(folderKey, QFileInfo(path).absolutePath());
+                         target->start(job.segments, job.layout, job.format, job.quality,
+                                       QUrl::fromLocalFile(path));
+                     });
+    dialog->open();
+}
+
+QString sizeText(Size size) {
+    return QStringLiteral("%1 \u00D7 %2")
+        .arg(std::lround(size.width))
+        .arg(std::lround(size.height));
+}
+
+} // namespace
+
+ExportSheet::ExportSheet(Project& project, ExportController& controller, QWidget* parent)
+    : QDialog(parent)
+    , project_(project)
+    , controller_(controller)
+    , format_(
+          exportFormatFromRaw(QSettings().value(formatKey).toString()).value_or(ExportFormat::mp4))
+    , quality_(exportQualityFromRaw(QSettings().value(qualityKey).toString())
+                   .value_or(ExportQuality::original))
+    , qualities_(new QComboBox)
+    , size_(new QLabel)
+    , footer_(new QLabel)
+    , rejudge_(new QTimer(this)) {
+    setWindowTitle(tr("Export"));
+    setFixedWidth(400);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(20, 20, 20, 20);
+    column->setSpacing(6);
+
+    auto* box = new QGroupBox;
+    auto* form = new QFormLayout(box);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    QStringList formatNames;
+    for (const ExportFormat format : allExportFormats)
+        formatNames << label(format);
+    formats_ = new Segmented(tr("Format"), formatNames);
+    formats_->setCurrent(static_cast<int>(format_));
+    formats_->onChosen(
+        [this](int index) { choose(allExportFormats.at(static_cast<std::size_t>(index))); });
+    form->addRow(tr("Format"), formats_);
+
+    qualities_->setAccessibleName(tr("Quality"));
+    for (const ExportQuality quality : allExportQualities)
+        qualities_->addItem(label(quality));
+    qualities_->setCurrentIndex(static_cast<int>(quality_));
+    connect(qualities_, &QComboBox::activated, this,
+            [this](int index) { choose(allExportQualities.at(static_cast<std::size_t>(index))); });
+    form->addRow(tr("Quality"), qualities_);
+
+    size_->setAccessibleName(tr("Size"));
+    size_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    form->addRow(tr("Size"), size_);
+    column->addWidget(box);
+
+    footer_->setWordWrap(true);
+    footer_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    QFont callout = footer_->font();
+    callout.setPointSizeF(callout.pointSizeF() * 0.92);
+    footer_->setFont(callout);
+    QPalette quiet = footer_->palette();
+    quiet.setColor(QPalette::WindowText, secondaryText(quiet));
+    footer_->setPalette(quiet);
+    // Room for two lines whether or not there is a note, so the sheet does not jump.
+    footer_->setMinimumHeight(2 * QFontMetrics(callout).lineSpacing());
+    column->addWidget(footer_);
+
+    auto* buttons = new QDialogButtonBox;
+    buttons->addButton(QDialogButtonBox::Cancel)->setAutoDefault(false);
+    QPushButton* exportButton =
+        buttons->addButton(tr("Export\u2026"), QDialogButtonBox::AcceptRole);
+    exportButton->setAccessibleName(tr("Export\u2026"));
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    connect(exportButton, &QPushButton::clicked, this, &ExportSheet::exportClicked);
+    column->addWidget(buttons);
+    exportButton->setDefault(true); // Return; only takes once the button is inside the dialog
+
+    connect(this, &QDialog::finished, this, [this] { project_.setShowExport(false); });
+    // Probes landing and edits come in bursts; judge the copy once they settle.
+    rejudge_->setSingleShot(true);
+    rejudge_->setInterval(100);
+    connect(rejudge_, &QTimer::timeout, this, &ExportSheet::refresh);
+    for (auto changed : {&Project::clipsChanged, &Project::layoutChanged, &Project::infoChanged})
+        connect(&project, changed, rejudge_, qOverload<>(&QTimer::start));
+    refresh();
+}
+
+ExportSheet::~ExportSheet() {
+    if (judging_)
+        judging_->cancel();
+}
+
+bool ExportSheet::judging() const {
+    return asking_ || rejudge_->isActive();
+}
+
+std::vector<Segment> ExportSheet::segments() const {
+    std::vector<Segment> result;
+    for (const auto& [id, segment] : project_.usable())
+        result.push_back(segment);
+    return result;
+}
+
+void ExportSheet::choose(ExportFormat format) {
+    format_ = format;
+    QSettings().setValue(formatKey, rawValue(format));
+}
+
+void ExportSheet::choose(ExportQuality quality) {
+    quality_ = quality;
+    QSettings().setValue(qualityKey, rawValue(quality));
+    refresh();
+}
+
+void ExportSheet::refresh() {
+    const std::vector<Segment> clips = segments();
+    const auto longEdge =
+        quality_ == ExportQuality::original ? std::nullopt : std::optional(reducedLongEdge);
+    size_->setText(sizeText(Timeline::renderSize(clips, project_.layout(), longEdge)));
+    if (quality_ != ExportQuality::original) {
+        footer_->clear();
+        return;
+    }
+    if (verdict_ && verdict_->segments == clips && verdict_->layout == project_.layout()) {
+        footer_->setText(verdict_->copies ? tr("Fast export, no re-encoding") : verdict_->whyNot);
+        return;
+    }
+    footer_->clear();
+    judge();
+}
+
+// Works out in the background whether the export would copy; a newer question cancels an
+// older one, and only the newest answer is shown.
+void ExportSheet::judge() {
+    if (judging_)
+        judging_->cancel();
+    judging_ = std::make_shared<CancelFlag>();
+    const int generation = ++generation_;
+    asking_ = true;
+    Verdict question{segments(), project_.layout(), false, {}};
+    auto* watcher = new QFutureWatcher<Judged>(this);
+    connect(
+        watcher, &QFutureWatcher<Judged>::finished, this, [this, watcher, generation, question] {
+            watcher->deleteLater();
+            if (generation != generation_ || watcher->future().resultCount() == 0)
+                return;
+            asking_ = false;
+            const Judged answer = watcher->result();
+            verdict_ = Verdict{question.segments, question.layout, answer.copies, answer.whyNot};
+            refresh();
+        });
+    watcher->setFuture(QtConcurrent::task([question, flag = judging_]() -> Judged {
+                           try {
+                               const CopyVerdict v =
+                                   decideCopy(question.segments, question.layout, *flag);
+                               return {v.copies(), v.whyNot};
+                           } catch (...) {
+                               return {}; // cancelled, or beyond saying: no promise either way
+                           }
+                       })
+                           .onThreadPool(judges())
+                           .spawn());
+}
+
+void ExportSheet::exportClicked() {
+    // Captured now: the export is what the sheet showed, whatever changes while the save
+    // dialog is open.
+    const Job job{segments(), project_.layout(), format_, quality_};
+    QWidget* host = hostWindow(this);
+    ExportController& controller = controller_;
+    accept(); // the sheet closes before the save dialog opens
+    showSaveDialog(host, controller, job);
+}
+
+} // namespace vimbo::ui
