@@ -1,5 +1,8 @@
 #include "media/Photo.h"
 
+#include "media/Orientation.h"
+#include "media/PhotoMetadata.h"
+
 #include <QFileInfo>
 #include <QImageReader>
 
@@ -55,9 +58,17 @@ QImage loadWithQt(const QString& file, std::int64_t longest) {
         if (target != stored)
             reader.setScaledSize(target);
     }
+    // Asked before reading: the reader forgets both once it has read.
+    const QByteArray format = reader.format();
+    const bool turnedByQt = reader.transformation() != QImageIOHandler::TransformationNone;
     QImage image = reader.read();
     if (image.isNull())
         return {};
+    // Qt stands JPEG and TIFF upright by their EXIF orientation, but not PNG (eXIf chunk or
+    // ImageMagick's text profile) or WebP (EXIF chunk), whose size the probe reports turned all
+    // the same. Exiv2 reads their orientation as it does for the probe.
+    if ((format == "png" || format == "webp") && !turnedByQt)
+        image = upright(image, static_cast<ImageOrientation>(readPhotoMetadata(file).orientation));
     const QSize fitted = bounded(image.size(), longest);
     if (fitted != image.size())
         image = image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);

@@ -71,29 +71,6 @@ QImage toImage(const AVFrame& source, std::int64_t maxPixels) {
     return image;
 }
 
-// Stands the picture upright: the orientation says how the stored pixels must be turned.
-QImage upright(const QImage& image, ImageOrientation o) {
-    switch (o) {
-    case ImageOrientation::up:
-        return image;
-    case ImageOrientation::upMirrored:
-        return image.mirrored(true, false);
-    case ImageOrientation::down:
-        return turned(image, 2);
-    case ImageOrientation::downMirrored:
-        return image.mirrored(false, true);
-    case ImageOrientation::leftMirrored:
-        return turned(image.mirrored(true, false), 3);
-    case ImageOrientation::right:
-        return turned(image, 1);
-    case ImageOrientation::rightMirrored:
-        return turned(image.mirrored(true, false), 1);
-    case ImageOrientation::left:
-        return turned(image, 3);
-    }
-    return image;
-}
-
 std::optional<QImage> videoThumbnail(const QUrl& url, std::int64_t maxPixels) {
     try {
         ff::Demuxer input(url);

@@ -3,6 +3,7 @@
 #include "tests/support/Media.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
@@ -11,11 +12,27 @@ namespace {
 
 // A copy of a generated image with its EXIF orientation set, private to this test.
 QString oriented(const QString& image, int orientation) {
-    const QString copy = test::scratchFolder() + "/" + QString::number(orientation) + ".jpg";
+    const QString copy = test::scratchFolder() + "/" + QString::number(orientation) + "." +
+                         QFileInfo(image).suffix();
     EXPECT_TRUE(QFile::copy(image, copy));
     test::run("exiftool", {"-q", "-overwrite_original",
                            "-Orientation=" + QString::number(orientation), "-n", copy});
     return copy;
+}
+
+// Copies of a generated image with EXIF orientations 1 to 8, made by one exiftool run.
+QStringList orientedCopies(const QString& image) {
+    const QString folder = test::scratchFolder();
+    QStringList copies, arguments;
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        copies << folder + "/" + QString::number(orientation) + "." + QFileInfo(image).suffix();
+        EXPECT_TRUE(QFile::copy(image, copies.back()));
+        arguments << "-Orientation#=" + QString::number(orientation) << copies.back() << "-execute";
+    }
+    test::run("exiftool", arguments << "-common_args"
+                                    << "-q"
+                                    << "-overwrite_original");
+    return copies;
 }
 
 QUrl file(const QString& path) {
@@ -45,8 +62,18 @@ TEST(PhotoLoad, BoundedSizeWithOrientation) {
     EXPECT_TRUE(Photo::load(file("/nowhere/gone.jpg"), 100).isNull());
 }
 
+// Every orientation in every format that carries EXIF its own way: Qt turns JPEG itself, PNG
+// (eXIf chunk) and WebP (EXIF chunk) are turned by what Exiv2 reads.
 TEST(PhotoLoad, OrientationTurnsThePixels) {
-    const QString quadrants = test::quadrantsPhoto();
+    const QStringList lossless{
+        "-f",        "lavfi", "-i", "color=black:size=400x200", "-vf", test::quadrantsFilter,
+        "-frames:v", "1"};
+    const QString formats[] = {
+        test::quadrantsPhoto(),
+        test::generated("quadrants-400x200.png", lossless),
+        test::generated("quadrants-400x200.webp",
+                        lossless + QStringList{"-c:v", "libwebp", "-lossless", "1"}),
+    };
     auto corners = [](const QImage& image) {
         QString s;
         for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}}) {
@@ -58,19 +85,18 @@ TEST(PhotoLoad, OrientationTurnsThePixels) {
         }
         return s;
     };
-    struct Case {
-        int orientation;
-        QSize size;
-        const char* colours;
-    };
-    const Case cases[] = {
-        {1, {200, 100}, "RGBW"}, {3, {200, 100}, "WBGR"}, {6, {100, 200}, "BRWG"},
-        {8, {100, 200}, "GWRB"}, {2, {200, 100}, "GRWB"}, {5, {100, 200}, "RBGW"},
-    };
-    for (const Case& c : cases) {
-        const QImage image = Photo::load(file(oriented(quadrants, c.orientation)), 200);
-        EXPECT_EQ(image.size(), c.size) << "orientation " << c.orientation;
-        EXPECT_EQ(corners(image), c.colours) << "orientation " << c.orientation;
+    // Red, green / blue, white as stored; where each quadrant shows once upright.
+    const char* colours[] = {"RGBW", "GRWB", "WBGR", "BWRG", "RBGW", "BRWG", "WGBR", "GWRB"};
+    for (const QString& stored : formats) {
+        const QStringList copies = orientedCopies(stored);
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            const QImage image = Photo::load(file(copies[orientation - 1]), 200);
+            const QString what =
+                QFileInfo(stored).suffix() + " orientation " + QString::number(orientation);
+            EXPECT_EQ(image.size(), orientation >= 5 ? QSize(100, 200) : QSize(200, 100))
+                << qPrintable(what);
+            EXPECT_EQ(corners(image).toStdString(), colours[orientation - 1]) << qPrintable(what);
+        }
     }
 }
 
