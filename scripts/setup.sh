@@ -10,7 +10,7 @@ packages=(
   qt6-base-dev qt6-multimedia-dev qt6-image-formats-plugins qt6-qpa-plugins libgl-dev
   # media
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
-  libheif-dev libexiv2-dev
+  libheif-dev libexiv2-dev libraw-dev libjxl-dev
   # tests and benchmarks
   libgtest-dev libbenchmark-dev ffmpeg libimage-exiftool-perl xvfb xauth
 )

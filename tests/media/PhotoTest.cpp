@@ -1,5 +1,6 @@
 #include "media/Photo.h"
 
+#include "tests/support/Dng.h"
 #include "tests/support/Media.h"
 
 #include <QFile>
@@ -33,6 +34,19 @@ QStringList orientedCopies(const QString& image) {
                                     << "-q"
                                     << "-overwrite_original");
     return copies;
+}
+
+// Which colour each quadrant of a picture shows: top left, top right, bottom left, bottom right.
+std::string corners(const QImage& image) {
+    std::string s;
+    for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}}) {
+        const QColor c = image.pixelColor(int(image.width() * fx), int(image.height() * fy));
+        s += c.red() > 128 && c.green() > 128 ? 'W'
+             : c.red() > 128                  ? 'R'
+             : c.green() > 128                ? 'G'
+                                              : 'B';
+    }
+    return s;
 }
 
 QUrl file(const QString& path) {
@@ -74,17 +88,6 @@ TEST(PhotoLoad, OrientationTurnsThePixels) {
         test::generated("quadrants-400x200.webp",
                         lossless + QStringList{"-c:v", "libwebp", "-lossless", "1"}),
     };
-    auto corners = [](const QImage& image) {
-        QString s;
-        for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}}) {
-            const QColor c = image.pixelColor(int(image.width() * fx), int(image.height() * fy));
-            s += c.red() > 128 && c.green() > 128 ? 'W'
-                 : c.red() > 128                  ? 'R'
-                 : c.green() > 128                ? 'G'
-                                                  : 'B';
-        }
-        return s;
-    };
     // Red, green / blue, white as stored; where each quadrant shows once upright.
     const char* colours[] = {"RGBW", "GRWB", "WBGR", "BWRG", "RBGW", "BRWG", "WGBR", "GWRB"};
     for (const QString& stored : formats) {
@@ -95,9 +98,83 @@ TEST(PhotoLoad, OrientationTurnsThePixels) {
                 QFileInfo(stored).suffix() + " orientation " + QString::number(orientation);
             EXPECT_EQ(image.size(), orientation >= 5 ? QSize(100, 200) : QSize(200, 100))
                 << qPrintable(what);
-            EXPECT_EQ(corners(image).toStdString(), colours[orientation - 1]) << qPrintable(what);
+            EXPECT_EQ(corners(image), colours[orientation - 1]) << qPrintable(what);
         }
     }
+}
+
+// The sensor data shows red and blue swapped against the camera's JPEG preview, so that each
+// picture tells where it came from.
+TEST(PhotoLoad, CameraRawFromItsPreviewOrAHalfSizeDecode) {
+    const QString folder = test::scratchFolder();
+    QFile jpeg(test::quadrantsPhoto());
+    ASSERT_TRUE(jpeg.open(QIODevice::ReadOnly));
+    QFile small(test::generated("quadrants-100x50.jpg",
+                                {"-f", "lavfi", "-i", "color=black:size=100x50", "-vf",
+                                 test::quadrantsFilter, "-frames:v", "1", "-q:v", "2"}));
+    ASSERT_TRUE(small.open(QIODevice::ReadOnly));
+    test::DngPhoto sensor;
+    sensor.quadrants = "BGRW";
+    sensor.orientation = 6;
+    test::DngPhoto withPreview = sensor;
+    withPreview.preview = jpeg.readAll();
+    withPreview.previewWidth = 400;
+    withPreview.previewHeight = 200;
+    test::DngPhoto smallPreview = sensor;
+    smallPreview.orientation = 8;
+    smallPreview.preview = small.readAll();
+    smallPreview.previewWidth = 100;
+    smallPreview.previewHeight = 50;
+    struct Case {
+        const char* what;
+        test::DngPhoto photo;
+        std::int64_t maxPixels;
+        QSize size;
+        const char* colours;
+    };
+    const Case cases[] = {
+        {"the full-size preview", withPreview, 200, {100, 200}, "BRWG"},
+        {"no preview: half size", sensor, 200, {100, 200}, "RBWG"},
+        {"no preview, small", sensor, 40, {20, 40}, "RBWG"},
+        {"a preview too small", smallPreview, 300, {100, 200}, "GWBR"},
+        {"a small preview enough", smallPreview, 64, {32, 64}, "GWRB"},
+    };
+    int n = 0;
+    for (const Case& c : cases) {
+        const QString path = test::writeDng(folder + QString("/%1.dng").arg(++n), c.photo);
+        const QImage image = Photo::load(file(path), c.maxPixels);
+        EXPECT_EQ(image.size(), c.size) << c.what;
+        EXPECT_EQ(corners(image), c.colours) << c.what;
+    }
+    QFile garbage(folder + "/garbage.nef");
+    ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
+    garbage.write(QByteArray(100000, 'x'));
+    garbage.close();
+    EXPECT_TRUE(Photo::load(file(garbage.fileName()), 100).isNull());
+}
+
+// JPEG XL through libjxl: the orientation of an EXIF box does not turn it (only the
+// codestream's does), and a damaged file gives nothing.
+TEST(PhotoLoad, JpegXl) {
+    const QString folder = test::scratchFolder();
+    const QString jxl = test::generated(
+        "quadrants-400x200.jxl", {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf",
+                                  test::quadrantsFilter, "-frames:v", "1", "-distance", "0"});
+    const QString boxed = folder + "/boxed.jxl";
+    ASSERT_TRUE(QFile::copy(jxl, boxed));
+    test::run("exiftool", {"-q", "-m", "-overwrite_original", "-Orientation#=6", boxed});
+    for (const QString& path : {jxl, boxed}) {
+        const QImage image = Photo::load(file(path), 200);
+        EXPECT_EQ(image.size(), QSize(200, 100)) << path.toStdString();
+        EXPECT_EQ(corners(image), "RGBW") << path.toStdString();
+    }
+    QFile whole(jxl);
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    QFile cut(folder + "/cut.jxl");
+    ASSERT_TRUE(cut.open(QIODevice::WriteOnly));
+    cut.write(whole.readAll().chopped(40));
+    cut.close();
+    EXPECT_TRUE(Photo::load(file(cut.fileName()), 200).isNull());
 }
 
 TEST(PhotoLoad, RealFormats) {
