@@ -36,8 +36,6 @@ struct ToneMapping {
 
     // The matrix as swscale names it (SWS_CS_…).
     int swsMatrix() const;
-
-    friend bool operator==(const ToneMapping&, const ToneMapping&) = default;
 };
 
 // Absent when the frame is SDR (any transfer other than PQ and HLG). The peak comes from the
