@@ -15,6 +15,7 @@
 #include "media/ToneMap.h"
 #include "media/ff/Decoder.h"
 #include "media/ff/Error.h"
+#include "media/ff/Log.h"
 #include "timeline/VideoRenderer.h"
 
 extern "C" {
@@ -310,6 +311,7 @@ int run(int count) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
+    vimbo::ff::quietLibraryLog();
     int frames = 8;
     for (int i = 1; i + 1 < argc; ++i)
         if (QString(argv[i]) == "--frames")
