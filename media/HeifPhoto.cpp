@@ -1,5 +1,7 @@
 #include "media/HeifPhoto.h"
 
+#include "media/PhotoMetadata.h"
+
 #include <QFile>
 
 #include <libheif/heif.h>
@@ -30,22 +32,6 @@ void prepareLibheif() {
     std::call_once(once, [] { heif_init(nullptr); });
 }
 
-// A HEIF EXIF item starts with the offset of the TIFF header behind a 4-byte field; some
-// writers still put the "Exif\0\0" marker of JPEG's APP1 segment in front of the header.
-std::vector<std::uint8_t> tiffBlock(const std::vector<std::uint8_t>& item) {
-    if (item.size() < 4)
-        return {};
-    const std::uint64_t offset = std::uint64_t(item[0]) << 24 | std::uint64_t(item[1]) << 16 |
-                                 std::uint64_t(item[2]) << 8 | item[3];
-    if (offset > item.size() - 4)
-        return {};
-    auto begin = item.begin() + static_cast<std::ptrdiff_t>(4 + offset);
-    static constexpr std::array<std::uint8_t, 6> marker{'E', 'x', 'i', 'f', 0, 0};
-    if (item.end() - begin >= 6 && std::equal(marker.begin(), marker.end(), begin))
-        begin += 6;
-    return {begin, item.end()};
-}
-
 std::vector<std::uint8_t> exifOf(heif_image_handle* handle) {
     heif_item_id id = 0;
     if (heif_image_handle_get_list_of_metadata_block_IDs(handle, "Exif", &id, 1) != 1)
@@ -56,7 +42,8 @@ std::vector<std::uint8_t> exifOf(heif_image_handle* handle) {
     std::vector<std::uint8_t> item(size);
     if (heif_image_handle_get_metadata(handle, id, item.data()).code != heif_error_Ok)
         return {};
-    return tiffBlock(item);
+    const std::span<const std::uint8_t> tiff = exifInBox(item);
+    return {tiff.begin(), tiff.end()};
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "media/MediaProbe.h"
 
+#include "media/RawPhoto.h"
+
 #include <QFileInfo>
 #include <QMimeDatabase>
 
@@ -30,6 +32,8 @@ bool conformsTo(const QMimeType& type, QLatin1String family) {
 FileType typeOfExtension(const QString& extension) {
     if (extension.isEmpty())
         return FileType::unknown;
+    if (isCameraRaw(QStringLiteral("file.") + extension))
+        return FileType::image; // some raw types are missing from the MIME database
     const QMimeType type = QMimeDatabase().mimeTypeForFile(QStringLiteral("file.") + extension,
                                                            QMimeDatabase::MatchExtension);
     if (!type.isValid() || type.isDefault())

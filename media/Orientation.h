@@ -2,6 +2,8 @@
 
 #include "model/Geometry.h"
 
+#include <QImage>
+
 namespace vimbo {
 
 // The eight EXIF/TIFF orientation codes: how stored pixels must be turned to stand upright.
@@ -19,5 +21,8 @@ enum class ImageOrientation {
 // The orientation a video track's display matrix stands for; translation is ignored and the
 // four factors are rounded first, so slightly imprecise matrices still count.
 ImageOrientation orientation(const AffineTransform& transform);
+
+// The stored picture stood upright: turned and mirrored as the orientation says.
+QImage upright(const QImage& image, ImageOrientation o);
 
 } // namespace vimbo

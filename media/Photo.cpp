@@ -1,5 +1,11 @@
 #include "media/Photo.h"
 
+#include "media/HeifPhoto.h"
+#include "media/JxlPhoto.h"
+#include "media/Orientation.h"
+#include "media/PhotoMetadata.h"
+#include "media/RawPhoto.h"
+
 #include <QFileInfo>
 #include <QImageReader>
 
@@ -24,12 +30,6 @@ struct HeifImageDeleter {
     void operator()(heif_image* i) const { heif_image_release(i); }
 };
 
-bool isHeif(const QUrl& url) {
-    const QString suffix = QFileInfo(url.toLocalFile()).suffix().toLower();
-    return suffix == QLatin1String("heic") || suffix == QLatin1String("heif") ||
-           suffix == QLatin1String("hif") || suffix == QLatin1String("avif");
-}
-
 // `size` made smaller so that its longer side is at most `longest`; never larger.
 QSize bounded(QSize size, std::int64_t longest) {
     const int side = std::max(size.width(), size.height());
@@ -38,6 +38,14 @@ QSize bounded(QSize size, std::int64_t longest) {
     const double f = static_cast<double>(longest) / side;
     return {std::max(1, static_cast<int>(std::lround(size.width() * f))),
             std::max(1, static_cast<int>(std::lround(size.height() * f)))};
+}
+
+// The image scaled down so that its longer side is at most `longest`.
+QImage fitted(QImage image, std::int64_t longest) {
+    const QSize size = bounded(image.size(), longest);
+    if (size == image.size())
+        return image;
+    return image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QImage loadWithQt(const QString& file, std::int64_t longest) {
@@ -55,13 +63,18 @@ QImage loadWithQt(const QString& file, std::int64_t longest) {
         if (target != stored)
             reader.setScaledSize(target);
     }
+    // Asked before reading: the reader forgets both once it has read.
+    const QByteArray format = reader.format();
+    const bool turnedByQt = reader.transformation() != QImageIOHandler::TransformationNone;
     QImage image = reader.read();
     if (image.isNull())
         return {};
-    const QSize fitted = bounded(image.size(), longest);
-    if (fitted != image.size())
-        image = image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    return image;
+    // Qt stands JPEG and TIFF upright by their EXIF orientation, but not PNG (eXIf chunk or
+    // ImageMagick's text profile) or WebP (EXIF chunk), whose size the probe reports turned all
+    // the same. Exiv2 reads their orientation as it does for the probe.
+    if ((format == "png" || format == "webp") && !turnedByQt)
+        image = upright(image, static_cast<ImageOrientation>(readPhotoMetadata(file).orientation));
+    return fitted(std::move(image), longest);
 }
 
 QImage loadWithHeif(const QString& file, std::int64_t longest) {
@@ -92,19 +105,35 @@ QImage loadWithHeif(const QString& file, std::int64_t longest) {
         return {};
     const QImage::Format format = alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888;
     const QImage view(pixels, width, height, stride, format);
-    const QSize fitted = bounded(view.size(), longest);
-    if (fitted == view.size())
-        return view.copy(); // detach from libheif's buffer before it is released
-    return view.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    // A copy either way: the image must not outlive libheif's buffer.
+    return view.size() == bounded(view.size(), longest) ? view.copy() : fitted(view, longest);
 }
 
 } // namespace
 
+Decoder decoderOf(const QString& path) {
+    if (isCameraRaw(path))
+        return Decoder::raw;
+    if (isHeifFile(path))
+        return Decoder::heif;
+    if (isJxlFile(path))
+        return Decoder::jxl;
+    return Decoder::qt;
+}
+
 QImage load(const QUrl& url, std::int64_t maxPixels) {
     const std::int64_t longest = std::max<std::int64_t>(maxPixels, 1);
     const QString file = url.toLocalFile();
-    if (isHeif(url))
+    switch (decoderOf(file)) {
+    case Decoder::heif:
         return loadWithHeif(file, longest);
+    case Decoder::raw:
+        return fitted(loadRawPhoto(file, longest), longest);
+    case Decoder::jxl:
+        return fitted(loadJxl(file), longest);
+    case Decoder::qt:
+        break;
+    }
     return loadWithQt(file, longest);
 }
 

@@ -9,11 +9,21 @@
 
 namespace vimbo::Photo {
 
+// Which library reads a photo file.
+enum class Decoder {
+    heif, // HEIC, HEIF, HIF, AVIF (by content): libheif
+    raw,  // camera RAW (by name): LibRaw
+    jxl,  // JPEG XL (by content): libjxl
+    qt,   // JPEG, PNG, TIFF, WebP and the rest: QImageReader
+};
+Decoder decoderOf(const QString& path);
+
 // The photo upright (its orientation applied), its longer side at most max(maxPixels, 1) and
-// never larger than the image itself. JPEG, PNG, TIFF, WebP and the other formats Qt reads are
-// decoded through QImageReader (JPEG straight at the reduced size); HEIC, HEIF, HIF and AVIF
-// through libheif, which applies their rotation and mirroring itself. A null image when the
-// file cannot be read or decoded.
+// never larger than the image itself. Qt decodes JPEG straight at the reduced size and turns
+// JPEG and TIFF itself; PNG and WebP are turned by the orientation Exiv2 reads; libheif
+// applies HEIF's rotation and mirroring, libjxl JPEG XL's orientation; a camera RAW comes from
+// its embedded preview when that is large enough, else from a half-size decode. A null image
+// when the file cannot be read or decoded.
 QImage load(const QUrl& url, std::int64_t maxPixels);
 
 } // namespace vimbo::Photo

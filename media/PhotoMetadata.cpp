@@ -7,6 +7,8 @@
 #include <exiv2/image.hpp>
 #include <exiv2/xmp_exiv2.hpp>
 
+#include <algorithm>
+#include <array>
 #include <exception>
 #include <mutex>
 
@@ -84,6 +86,22 @@ PhotoMetadata decodeExif(std::span<const std::uint8_t> tiff) {
     } catch (const std::exception&) {
         return {};
     }
+}
+
+// The box starts with the offset of the TIFF header behind a 4-byte field; some writers still
+// put the "Exif\0\0" marker of JPEG's APP1 segment in front of the header.
+std::span<const std::uint8_t> exifInBox(std::span<const std::uint8_t> box) {
+    if (box.size() < 4)
+        return {};
+    const std::uint64_t offset = std::uint64_t(box[0]) << 24 | std::uint64_t(box[1]) << 16 |
+                                 std::uint64_t(box[2]) << 8 | box[3];
+    if (offset > box.size() - 4)
+        return {};
+    std::span<const std::uint8_t> tiff = box.subspan(static_cast<std::size_t>(4 + offset));
+    static constexpr std::array<std::uint8_t, 6> marker{'E', 'x', 'i', 'f', 0, 0};
+    if (tiff.size() >= marker.size() && std::equal(marker.begin(), marker.end(), tiff.begin()))
+        tiff = tiff.subspan(marker.size());
+    return tiff;
 }
 
 } // namespace vimbo

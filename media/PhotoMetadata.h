@@ -25,4 +25,8 @@ PhotoMetadata readPhotoMetadata(const QString& path);
 // From a bare EXIF block that starts with its TIFF header, as HEIF files carry it.
 PhotoMetadata decodeExif(std::span<const std::uint8_t> tiff);
 
+// The EXIF block (from its TIFF header on) inside an ISO BMFF 'Exif' item or box, as HEIF and
+// JPEG XL store it; empty when the box is malformed.
+std::span<const std::uint8_t> exifInBox(std::span<const std::uint8_t> box);
+
 } // namespace vimbo

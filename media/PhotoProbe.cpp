@@ -1,6 +1,9 @@
 #include "media/HeifPhoto.h"
+#include "media/JxlPhoto.h"
 #include "media/MediaProbe.h"
+#include "media/Photo.h"
 #include "media/PhotoMetadata.h"
+#include "media/RawPhoto.h"
 
 #include <QFileInfo>
 #include <QImageReader>
@@ -36,6 +39,31 @@ std::optional<MediaInfo> probeHeif(const QUrl& url, const QString& path) {
     return photoInfo(url, pixels, metadata);
 }
 
+Size sizeOf(QSize size) {
+    return {static_cast<double>(size.width()), static_cast<double>(size.height())};
+}
+
+// LibRaw's size is already turned by the file's orientation; the dates come from the EXIF that
+// Exiv2 reads in every TIFF-based raw format.
+std::optional<MediaInfo> probeRaw(const QUrl& url, const QString& path) {
+    const std::optional<QSize> size = rawPhotoSize(path);
+    if (!size || size->isEmpty())
+        return std::nullopt;
+    PhotoMetadata metadata = readPhotoMetadata(path);
+    metadata.orientation = 1;
+    return photoInfo(url, sizeOf(*size), metadata);
+}
+
+// JPEG XL: the codestream's orientation counts, never the EXIF box's.
+std::optional<MediaInfo> probeJxl(const QUrl& url, const QString& path) {
+    const std::optional<JxlFacts> jxl = readJxl(path);
+    if (!jxl || jxl->size.isEmpty())
+        return std::nullopt;
+    PhotoMetadata metadata = decodeExif(jxl->exif);
+    metadata.orientation = 1;
+    return photoInfo(url, sizeOf(jxl->size), metadata);
+}
+
 } // namespace
 
 std::optional<MediaInfo> probePhoto(const QUrl& url) {
@@ -43,14 +71,21 @@ std::optional<MediaInfo> probePhoto(const QUrl& url) {
     // A pipe or device would block the readers below, perhaps for ever.
     if (!QFileInfo(path).isFile())
         return std::nullopt;
-    if (isHeifFile(path))
+    switch (Photo::decoderOf(path)) {
+    case Photo::Decoder::heif:
         return probeHeif(url, path);
+    case Photo::Decoder::raw:
+        return probeRaw(url, path);
+    case Photo::Decoder::jxl:
+        return probeJxl(url, path);
+    case Photo::Decoder::qt:
+        break;
+    }
     // Only the header is read: the size comes without decoding a pixel.
     const QSize pixels = QImageReader(path).size();
     if (pixels.width() <= 0 || pixels.height() <= 0)
         return std::nullopt;
-    const Size size{static_cast<double>(pixels.width()), static_cast<double>(pixels.height())};
-    return photoInfo(url, size, readPhotoMetadata(path));
+    return photoInfo(url, sizeOf(pixels), readPhotoMetadata(path));
 }
 
 } // namespace vimbo::MediaProbe

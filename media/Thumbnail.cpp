@@ -2,6 +2,7 @@
 
 #include "media/Orientation.h"
 #include "media/Photo.h"
+#include "media/ToneMap.h"
 #include "media/VideoTrack.h"
 #include "media/ff/Decoder.h"
 #include "model/TurnedImage.h"
@@ -41,12 +42,15 @@ ff::FramePtr frameNearStart(ff::Demuxer& input, int stream) {
     return last;
 }
 
-// The frame scaled to fit a square of maxPixels, as 32-bit RGB, in the frame's own colours.
-QImage toImage(const AVFrame& frame, std::int64_t maxPixels) {
+// The frame scaled to fit a square of maxPixels, as 32-bit RGB: SDR in the frame's own colours,
+// HDR tone-mapped to BT.709 first, at the small size.
+QImage toImage(const AVFrame& source, std::int64_t maxPixels) {
     const double scale = std::min(1.0, static_cast<double>(std::max<std::int64_t>(maxPixels, 1)) /
-                                           std::max(frame.width, frame.height));
-    const int w = std::max(1, static_cast<int>(std::lround(frame.width * scale)));
-    const int h = std::max(1, static_cast<int>(std::lround(frame.height * scale)));
+                                           std::max(source.width, source.height));
+    const int w = std::max(1, static_cast<int>(std::lround(source.width * scale)));
+    const int h = std::max(1, static_cast<int>(std::lround(source.height * scale)));
+    const ff::FramePtr sdr = toneMapped(source, w, h, SWS_AREA);
+    const AVFrame& frame = sdr ? *sdr : source;
     ff::SwsPtr sws(sws_getContext(frame.width, frame.height,
                                   static_cast<AVPixelFormat>(frame.format), w, h, AV_PIX_FMT_RGB32,
                                   SWS_AREA, nullptr, nullptr, nullptr));
@@ -64,29 +68,6 @@ QImage toImage(const AVFrame& frame, std::int64_t maxPixels) {
     uint8_t* planes[4] = {image.bits(), nullptr, nullptr, nullptr};
     int strides[4] = {static_cast<int>(image.bytesPerLine()), 0, 0, 0};
     sws_scale(sws.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);
-    return image;
-}
-
-// Stands the picture upright: the orientation says how the stored pixels must be turned.
-QImage upright(const QImage& image, ImageOrientation o) {
-    switch (o) {
-    case ImageOrientation::up:
-        return image;
-    case ImageOrientation::upMirrored:
-        return image.mirrored(true, false);
-    case ImageOrientation::down:
-        return turned(image, 2);
-    case ImageOrientation::downMirrored:
-        return image.mirrored(false, true);
-    case ImageOrientation::leftMirrored:
-        return turned(image.mirrored(true, false), 3);
-    case ImageOrientation::right:
-        return turned(image, 1);
-    case ImageOrientation::rightMirrored:
-        return turned(image.mirrored(true, false), 1);
-    case ImageOrientation::left:
-        return turned(image, 3);
-    }
     return image;
 }
 

@@ -12,7 +12,7 @@ packages=(
   libqt6svg6
   # media
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
-  libheif-dev libexiv2-dev
+  libheif-dev libexiv2-dev libraw-dev libjxl-dev
   # the desktop: Email… in the share menu (xdg-email), the icons the screenshots are drawn with
   xdg-utils adwaita-icon-theme
   # tests and benchmarks

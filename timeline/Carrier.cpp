@@ -10,12 +10,20 @@ extern "C" {
 }
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cstring>
+#include <filesystem>
 #include <future>
 #include <mutex>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 namespace vimbo::Carrier {
 namespace {
@@ -118,9 +126,7 @@ void writeVideo(AVCodecContext* encoder, AVFormatContext* output, AVStream* stre
     encode(encoder, nullptr, output, stream);
 }
 
-QString write() {
-    const QString file = path();
-    QFile::remove(file);
+void write(const QString& file) {
     AVFormatContext* raw = nullptr;
     const QByteArray name = file.toUtf8();
     ff::check(avformat_alloc_output_context2(&raw, nullptr, "mov", name.constData()));
@@ -143,21 +149,94 @@ QString write() {
     encode(audio.get(), silence.get(), raw, audioStream);
     encode(audio.get(), nullptr, raw, audioStream);
     ff::check(av_write_trailer(raw));
-    return file;
 }
 
+// The tracks of a carrier file; throws when the file is not one (unreadable, or other streams).
 Tracks open(const QString& file) {
     ff::Demuxer input(QUrl::fromLocalFile(file));
     const int video = input.firstVideoStream();
     const int audio = input.firstAudioStream();
     if (video < 0 || audio < 0)
         throw prepareFailed();
+    const AVCodecParameters& v = *input.stream(video)->codecpar;
+    const AVCodecParameters& a = *input.stream(audio)->codecpar;
+    if (v.codec_id != AV_CODEC_ID_H264 || v.width != side || v.height != side ||
+        a.codec_id != AV_CODEC_ID_PCM_S16LE || a.sample_rate != sampleRate ||
+        a.ch_layout.nb_channels != 1)
+        throw prepareFailed();
     const QUrl url = QUrl::fromLocalFile(file);
     return {{url, video, true}, {url, audio, true}};
 }
 
-// The one writing of this run. The file is left in the temporary folder when the run ends: a
-// later run with the same process number replaces it, and the system clears the folder.
+// A regular file of this user's (in a shared temporary folder anyone may have put it there).
+bool isOurs(const QString& file) {
+    const QFileInfo info(file);
+    if (!info.isFile() || info.isSymLink())
+        return false;
+#ifdef Q_OS_UNIX
+    return info.ownerId() == ::getuid();
+#else
+    return true; // the temporary folder is the user's own
+#endif
+}
+
+// Earlier versions wrote a carrier per run, named by the process: what they left goes. Not
+// the files of the last hour, which a run of such a version may still be using.
+void removeLeftovers() {
+    static const QRegularExpression perRun(QStringLiteral("^Vimbo-carrier-[0-9]+\\.mov$"));
+    const QDir folder(QDir::tempPath());
+    const QDateTime hourAgo = QDateTime::currentDateTime().addSecs(-3600);
+    for (const QFileInfo& file :
+         folder.entryInfoList({QStringLiteral("Vimbo-carrier-*.mov")}, QDir::Files))
+        if (perRun.match(file.fileName()).hasMatch() && file.lastModified() < hourAgo &&
+            isOurs(file.filePath()))
+            QFile::remove(file.filePath());
+}
+
+// This run's own file, used only when the shared name cannot be taken; removed at exit.
+struct OwnCopy {
+    QString file;
+    ~OwnCopy() {
+        if (!file.isEmpty())
+            QFile::remove(file);
+    }
+};
+
+// The carrier file to use: the one earlier runs left, or a new one. A new one is written
+// under a name of this process's and then renamed into place, so that whoever opens the
+// shared name sees a whole file, and two runs starting together each see one of two equal
+// files.
+QString prepare() {
+    const QString shared = path();
+    if (isOurs(shared)) {
+        try {
+            open(shared);
+            return shared;
+        } catch (const std::exception&) {
+            // damaged or from elsewhere: replaced below
+        }
+    }
+    const QString partial =
+        shared + QStringLiteral(".%1.partial").arg(QCoreApplication::applicationPid());
+    try {
+        write(partial);
+    } catch (...) {
+        QFile::remove(partial);
+        throw;
+    }
+    std::error_code error;
+    std::filesystem::rename(QFile::encodeName(partial).toStdString(),
+                            QFile::encodeName(shared).toStdString(), error);
+    if (error) {
+        static OwnCopy own;
+        own.file = partial;
+        return partial;
+    }
+    removeLeftovers();
+    return shared;
+}
+
+// The one preparation of this run.
 struct Shared {
     std::shared_future<Tracks> task;
 };
@@ -166,7 +245,7 @@ Shared& shared() {
     static Shared state;
     static std::once_flag once;
     std::call_once(once, [] {
-        state.task = std::async(std::launch::async, [] { return open(write()); }).share();
+        state.task = std::async(std::launch::async, [] { return open(prepare()); }).share();
     });
     return state;
 }
@@ -178,8 +257,11 @@ MediaTime duration() {
 }
 
 QString path() {
-    return QDir::tempPath() + QStringLiteral("/Vimbo-carrier-") +
-           QString::number(QCoreApplication::applicationPid()) + QStringLiteral(".mov");
+    QString name = QStringLiteral("/Vimbo-carrier-") + QStringLiteral(VIMBO_VERSION);
+#ifdef Q_OS_UNIX
+    name += QLatin1Char('-') + QString::number(::getuid());
+#endif
+    return QDir::tempPath() + name + QStringLiteral(".mov");
 }
 
 Tracks tracks() {

@@ -1,5 +1,6 @@
 #include "timeline/FramePainter.h"
 
+#include "media/ToneMap.h"
 #include "model/VimboError.h"
 
 #include <algorithm>
@@ -66,7 +67,8 @@ int matrixOf(const AVFrame& f) {
 }
 
 bool isOutputFormat(const AVFrame& f) {
-    return f.format == AV_PIX_FMT_YUV420P && !isFullRange(f) && matrixOf(f) == SWS_CS_ITU709;
+    return f.format == AV_PIX_FMT_YUV420P && !isFullRange(f) && matrixOf(f) == SWS_CS_ITU709 &&
+           !toneMappingOf(f);
 }
 
 void tag(AVFrame* f) {
@@ -149,11 +151,11 @@ void fillOutside(AVFrame* f, int x0, int y0, int x1, int y1) {
     }
 }
 
-ff::FramePtr allocate(int width, int height) {
+ff::FramePtr allocate(int width, int height, AVPixelFormat format = AV_PIX_FMT_YUV420P) {
     ff::FramePtr f = ff::makeFrame();
     if (!f)
         throw outOfMemory();
-    f->format = AV_PIX_FMT_YUV420P;
+    f->format = format;
     f->width = width;
     f->height = height;
     if (av_frame_get_buffer(f.get(), 0) < 0)
@@ -198,36 +200,36 @@ ff::FramePtr FramePainter::outputFrame(int width, int height) {
     return f;
 }
 
-AVFrame* FramePainter::scratch(int width, int height) {
-    if (!scratch_ || scratch_->width != width || scratch_->height != height ||
-        !av_frame_is_writable(scratch_.get()))
-        scratch_ = allocate(width, height);
-    return scratch_.get();
+AVFrame* FramePainter::scratch(ff::FramePtr& frame, AVPixelFormat format, int width, int height) {
+    if (!frame || frame->width != width || frame->height != height ||
+        !av_frame_is_writable(frame.get()))
+        frame = allocate(width, height, format);
+    return frame.get();
 }
 
-SwsContext* FramePainter::scaler(const ScalerKey& key) {
-    if (scaler_ && key.srcWidth == key_.srcWidth && key.srcHeight == key_.srcHeight &&
-        key.format == key_.format && key.width == key_.width && key.height == key_.height &&
-        key.flags == key_.flags)
+SwsContext* FramePainter::scaler(const ScalerShape& shape) {
+    if (scaler_ && shape == shape_)
         return scaler_.get();
-    key_ = {};
+    shape_ = {};
+    colours_ = {};
     scaler_.reset(sws_alloc_context());
     SwsContext* c = scaler_.get();
     if (!c)
         return nullptr;
-    av_opt_set_int(c, "srcw", key.srcWidth, 0);
-    av_opt_set_int(c, "srch", key.srcHeight, 0);
-    av_opt_set_int(c, "src_format", key.format, 0);
-    av_opt_set_int(c, "dstw", key.width, 0);
-    av_opt_set_int(c, "dsth", key.height, 0);
-    av_opt_set_int(c, "dst_format", AV_PIX_FMT_YUV420P, 0);
-    av_opt_set_int(c, "sws_flags", key.flags, 0);
+    av_opt_set_int(c, "srcw", shape.srcWidth, 0);
+    av_opt_set_int(c, "srch", shape.srcHeight, 0);
+    av_opt_set_int(c, "src_format", shape.format, 0);
+    av_opt_set_int(c, "dstw", shape.width, 0);
+    av_opt_set_int(c, "dsth", shape.height, 0);
+    av_opt_set_int(c, "dst_format", shape.target, 0);
+    av_opt_set_int(c, "sws_flags", shape.flags, 0);
     // Slices on every core: decoding often leaves one idle while a large frame is scaled.
     av_opt_set_int(c, "threads", 0, 0);
     if (sws_init_context(c, nullptr, nullptr) < 0) {
         scaler_.reset();
         return nullptr;
     }
+    shape_ = shape;
     return c;
 }
 
@@ -240,16 +242,22 @@ bool FramePainter::scale(const AVFrame& source, const Rect& crop, Resampling res
     const int flags = resampling == Resampling::lanczos  ? SWS_LANCZOS
                       : resampling == Resampling::linear ? SWS_BILINEAR
                                                          : SWS_POINT;
-    const ScalerKey key{crop.width(),     crop.height(),       format,
-                        target->width,    target->height,      flags,
-                        matrixOf(source), isFullRange(source), nullptr};
-    SwsContext* c = scaler(key);
+    const std::optional<ToneMapping> hdr = toneMappingOf(source);
+    AVFrame* into =
+        hdr ? scratch(wide_, AV_PIX_FMT_YUV420P16, target->width, target->height) : target;
+    SwsContext* c = scaler(
+        {crop.width(), crop.height(), format, into->width, into->height, into->format, flags});
     if (!c)
         return false;
-    if (!(key == key_)) {
-        sws_setColorspaceDetails(c, sws_getCoefficients(key.colorspace), key.fullRange,
-                                 sws_getCoefficients(SWS_CS_ITU709), 0, 0, 1 << 16, 1 << 16);
-        key_ = key;
+    // Straight to BT.709, or for HDR only scaled, in the source's own YCbCr.
+    const ScalerColours colours =
+        hdr ? ScalerColours{hdr->swsMatrix(), hdr->swsMatrix(), hdr->fullRange, hdr->fullRange}
+            : ScalerColours{matrixOf(source), SWS_CS_ITU709, isFullRange(source), 0};
+    if (!(colours == colours_)) {
+        sws_setColorspaceDetails(c, sws_getCoefficients(colours.from), colours.fromFull,
+                                 sws_getCoefficients(colours.to), colours.toFull, 0, 1 << 16,
+                                 1 << 16);
+        colours_ = colours;
     }
     // The view shares the source's pixels; swscale only needs it to hold a reference.
     std::copy_n(source.linesize, 4, view->linesize);
@@ -260,7 +268,11 @@ bool FramePainter::scale(const AVFrame& source, const Rect& crop, Resampling res
                                  : av_buffer_create(
                                        view->data[0], 1, [](void*, std::uint8_t*) {}, nullptr,
                                        AV_BUFFER_FLAG_READONLY);
-    return view->buf[0] && sws_scale_frame(c, target, view.get()) >= 0;
+    if (!view->buf[0] || sws_scale_frame(c, into, view.get()) < 0)
+        return false;
+    if (hdr)
+        toneMap(*hdr, *into, target);
+    return true;
 }
 
 // A frame that writes into `planes` of `owner`'s buffer.
@@ -374,7 +386,7 @@ ff::FramePtr FramePainter::paint(const AVFrame& source, const PlaneMap& map,
         scale(source, w.crop, placement.resampling, window(*out, planes, w.qw, w.qh).get());
         return out;
     }
-    AVFrame* tmp = scratch(w.scaled.width(), w.scaled.height());
+    AVFrame* tmp = scratch(scratch_, AV_PIX_FMT_YUV420P, w.scaled.width(), w.scaled.height());
     if (!scale(source, w.crop, placement.resampling, tmp))
         return out;
     const Rect part{std::max(w.stored.x0 - w.scaled.x0, 0), std::max(w.stored.y0 - w.scaled.y0, 0),

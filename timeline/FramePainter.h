@@ -6,6 +6,8 @@
 // they are. Sources are scaled in their stored orientation straight to the final size and
 // format (one swscale pass, only over the part that shows), then the small result is turned
 // while it is copied into place, so no RGB round trip and no full-size intermediate happen.
+// HDR (PQ, HLG) sources are tone-mapped to SDR on the way, after scaling down, so the cost
+// follows the output's size rather than the source's.
 //
 // One thread at a time (it keeps its scaler and scratch frame between calls).
 
@@ -34,29 +36,38 @@ public:
     };
 
 private:
-    // What configured the scaler last; a change of any field sets it up again.
-    struct ScalerKey {
-        int srcWidth = 0, srcHeight = 0, format = -1, width = 0, height = 0, flags = 0;
-        int colorspace = -1, fullRange = -1;
-        const SwsContext* context = nullptr;
-        friend bool operator==(const ScalerKey&, const ScalerKey&) = default;
+    // What the scaler was made for; a change of any of these makes a new one.
+    struct ScalerShape {
+        int srcWidth = 0, srcHeight = 0, format = -1, width = 0, height = 0, target = -1;
+        int flags = 0;
+        friend bool operator==(const ScalerShape&, const ScalerShape&) = default;
+    };
+    // The YCbCr conversion it does (SWS_CS_… matrices, full range or not); a change only sets
+    // new coefficients.
+    struct ScalerColours {
+        int from = -1, to = -1;
+        int fromFull = -1, toFull = -1;
+        friend bool operator==(const ScalerColours&, const ScalerColours&) = default;
     };
 
-    // The scaler for these sizes, formats and flags, made anew when they change.
-    SwsContext* scaler(const ScalerKey& key);
-    // Scales the `crop` part of `source` into `target` (yuv420p BT.709, its size).
+    // The scaler for this shape, made anew when it changes.
+    SwsContext* scaler(const ScalerShape& shape);
+    // Scales the `crop` part of `source` into `target` (yuv420p BT.709, its size). HDR sources
+    // are scaled in their own YCbCr at 16 bits, then tone-mapped into `target`.
     bool scale(const AVFrame& source, const Rect& crop, Resampling resampling, AVFrame* target);
     // A frame that writes into `planes` of `owner`'s buffer.
     static ff::FramePtr window(const AVFrame& owner, std::uint8_t* const planes[4], int width,
                                int height);
-    AVFrame* scratch(int width, int height);
+    AVFrame* scratch(ff::FramePtr& frame, AVPixelFormat format, int width, int height);
     // A new output frame from a pool of buffers of this size (fresh memory for every frame
     // would cost a page fault per 4 KB).
     ff::FramePtr outputFrame(int width, int height);
 
     ff::SwsPtr scaler_;
-    ScalerKey key_;
-    ff::FramePtr scratch_;
+    ScalerShape shape_;
+    ScalerColours colours_;
+    ff::FramePtr scratch_; // the scaled picture before it is turned into place
+    ff::FramePtr wide_;    // an HDR picture scaled, before its tone mapping
     ff::BufferPoolPtr pool_;
     int poolWidth_ = 0;
     int poolHeight_ = 0;

@@ -16,9 +16,9 @@ QUrl url(const QString& name) {
 TEST(MediaProbe, IsMediaByExtension) {
     // What phones and cameras write must be taken in, whatever the case of the extension.
     for (const char* name :
-         {"a.heic", "a.HEIC", "a.heif", "a.hif",    "a.avif", "a.webp", "a.jpg",
-          "a.JPEG", "a.png",  "a.tif",  "a.tiff",   "a.dng",  "a.mov",  "a.MOV",
-          "a.mp4",  "a.m4v",  "a.mkv",  "clip.MKV", "a.3gp",  "a.ts",   "a.webm"})
+         {"a.heic", "a.HEIC", "a.heif", "a.hif", "a.avif", "a.webp", "a.jpg", "a.JPEG", "a.png",
+          "a.tif",  "a.tiff", "a.dng",  "a.mov", "a.MOV",  "a.mp4",  "a.m4v", "a.mkv",  "clip.MKV",
+          "a.3gp",  "a.ts",   "a.webm", "a.CR2", "a.nef",  "a.arw",  "a.srw", "a.jxl"})
         EXPECT_TRUE(MediaProbe::isMedia(url(QLatin1String(name)))) << name;
     for (const char* name :
          {"notes.txt", "a.m4a", "a.mp3", "a.pdf", "a.tsv", "noextension", "a.xyz", "trailingdot."})
@@ -44,6 +44,7 @@ TEST(MediaProbe, KindFollowsReadabilityThenTypeThenRefusal) {
         {"noextension", movie, MediaKind::video},     // so does a name without a type
         {"photo.jpg", movie, MediaKind::unsupported}, // a failed photo is not retried as movie
         {"still.mov", jpeg, MediaKind::unsupported},  // a movie type holding a JPEG
+        {"raw.dng", movie, MediaKind::unsupported},   // nor is a camera RAW LibRaw cannot read
         {"misnamed.PNG", jpeg, MediaKind::photo},     // image readers go by content
         {"gone.mkv", {}, MediaKind::missing},         // unreadable before anything else
         {"gone.jpg", {}, MediaKind::missing},

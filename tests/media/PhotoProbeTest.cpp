@@ -1,4 +1,5 @@
 #include "media/MediaProbe.h"
+#include "tests/support/Dng.h"
 #include "tests/support/Media.h"
 
 #include <QFile>
@@ -102,6 +103,9 @@ TEST(PhotoProbe, SizeTurnsWithOrientationAndDateComesFromExif) {
         // a blank original date does not fall back to IFD0's but to the file's
         {"jpg", {"-DateTimeOriginal#=    :  :     :  :  ", modified}, {640, 480}, {}},
         {"png", {dto, "-OffsetTimeOriginal=+02:00"}, {640, 480}, utc(2023, 7, 14, 16, 2, 33)},
+        // JPEG XL's EXIF box (exiftool wraps the codestream for it); only the codestream's own
+        // orientation counts
+        {"jxl", {"-m", dto, "-Orientation#=6"}, {640, 480}, utc(2023, 7, 14, 22, 2, 33)},
     };
     int n = 0;
     for (const Case& c : cases) {
@@ -117,6 +121,15 @@ TEST(PhotoProbe, SizeTurnsWithOrientationAndDateComesFromExif) {
         EXPECT_EQ(info->duration, 0) << name.toStdString();
         EXPECT_TRUE(info->transform.isIdentity() && info->codec.isEmpty()) << name.toStdString();
     }
+    // A camera RAW: its sensor's size turned by the orientation, its date from IFD0.
+    test::DngPhoto raw;
+    raw.orientation = 6;
+    raw.dateTime = "2012:08:18 15:32:58";
+    const auto info = MediaProbe::probePhoto(
+        QUrl::fromLocalFile(test::writeDng(test::scratchFolder() + "/raw.dng", raw)));
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->size, (Size{200, 400}));
+    EXPECT_EQ(info->dateTaken, utc(2012, 8, 18, 19, 32, 58));
 }
 
 } // namespace

@@ -1,8 +1,10 @@
 #include "media/Photo.h"
 
+#include "tests/support/Dng.h"
 #include "tests/support/Media.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
@@ -11,11 +13,40 @@ namespace {
 
 // A copy of a generated image with its EXIF orientation set, private to this test.
 QString oriented(const QString& image, int orientation) {
-    const QString copy = test::scratchFolder() + "/" + QString::number(orientation) + ".jpg";
+    const QString copy = test::scratchFolder() + "/" + QString::number(orientation) + "." +
+                         QFileInfo(image).suffix();
     EXPECT_TRUE(QFile::copy(image, copy));
     test::run("exiftool", {"-q", "-overwrite_original",
                            "-Orientation=" + QString::number(orientation), "-n", copy});
     return copy;
+}
+
+// Copies of a generated image with EXIF orientations 1 to 8, made by one exiftool run.
+QStringList orientedCopies(const QString& image) {
+    const QString folder = test::scratchFolder();
+    QStringList copies, arguments;
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        copies << folder + "/" + QString::number(orientation) + "." + QFileInfo(image).suffix();
+        EXPECT_TRUE(QFile::copy(image, copies.back()));
+        arguments << "-Orientation#=" + QString::number(orientation) << copies.back() << "-execute";
+    }
+    test::run("exiftool", arguments << "-common_args"
+                                    << "-q"
+                                    << "-overwrite_original");
+    return copies;
+}
+
+// Which colour each quadrant of a picture shows: top left, top right, bottom left, bottom right.
+std::string corners(const QImage& image) {
+    std::string s;
+    for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}}) {
+        const QColor c = image.pixelColor(int(image.width() * fx), int(image.height() * fy));
+        s += c.red() > 128 && c.green() > 128 ? 'W'
+             : c.red() > 128                  ? 'R'
+             : c.green() > 128                ? 'G'
+                                              : 'B';
+    }
+    return s;
 }
 
 QUrl file(const QString& path) {
@@ -45,33 +76,105 @@ TEST(PhotoLoad, BoundedSizeWithOrientation) {
     EXPECT_TRUE(Photo::load(file("/nowhere/gone.jpg"), 100).isNull());
 }
 
+// Every orientation in every format that carries EXIF its own way: Qt turns JPEG itself, PNG
+// (eXIf chunk) and WebP (EXIF chunk) are turned by what Exiv2 reads.
 TEST(PhotoLoad, OrientationTurnsThePixels) {
-    const QString quadrants = test::quadrantsPhoto();
-    auto corners = [](const QImage& image) {
-        QString s;
-        for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}}) {
-            const QColor c = image.pixelColor(int(image.width() * fx), int(image.height() * fy));
-            s += c.red() > 128 && c.green() > 128 ? 'W'
-                 : c.red() > 128                  ? 'R'
-                 : c.green() > 128                ? 'G'
-                                                  : 'B';
-        }
-        return s;
+    const QStringList lossless{
+        "-f",        "lavfi", "-i", "color=black:size=400x200", "-vf", test::quadrantsFilter,
+        "-frames:v", "1"};
+    const QString formats[] = {
+        test::quadrantsPhoto(),
+        test::generated("quadrants-400x200.png", lossless),
+        test::generated("quadrants-400x200.webp",
+                        lossless + QStringList{"-c:v", "libwebp", "-lossless", "1"}),
     };
+    // Red, green / blue, white as stored; where each quadrant shows once upright.
+    const char* colours[] = {"RGBW", "GRWB", "WBGR", "BWRG", "RBGW", "BRWG", "WGBR", "GWRB"};
+    for (const QString& stored : formats) {
+        const QStringList copies = orientedCopies(stored);
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            const QImage image = Photo::load(file(copies[orientation - 1]), 200);
+            const QString what =
+                QFileInfo(stored).suffix() + " orientation " + QString::number(orientation);
+            EXPECT_EQ(image.size(), orientation >= 5 ? QSize(100, 200) : QSize(200, 100))
+                << qPrintable(what);
+            EXPECT_EQ(corners(image), colours[orientation - 1]) << qPrintable(what);
+        }
+    }
+}
+
+// The sensor data shows red and blue swapped against the camera's JPEG preview, so that each
+// picture tells where it came from.
+TEST(PhotoLoad, CameraRawFromItsPreviewOrAHalfSizeDecode) {
+    const QString folder = test::scratchFolder();
+    QFile jpeg(test::quadrantsPhoto());
+    ASSERT_TRUE(jpeg.open(QIODevice::ReadOnly));
+    QFile small(test::generated("quadrants-100x50.jpg",
+                                {"-f", "lavfi", "-i", "color=black:size=100x50", "-vf",
+                                 test::quadrantsFilter, "-frames:v", "1", "-q:v", "2"}));
+    ASSERT_TRUE(small.open(QIODevice::ReadOnly));
+    test::DngPhoto sensor;
+    sensor.quadrants = "BGRW";
+    sensor.orientation = 6;
+    test::DngPhoto withPreview = sensor;
+    withPreview.preview = jpeg.readAll();
+    withPreview.previewWidth = 400;
+    withPreview.previewHeight = 200;
+    test::DngPhoto smallPreview = sensor;
+    smallPreview.orientation = 8;
+    smallPreview.preview = small.readAll();
+    smallPreview.previewWidth = 100;
+    smallPreview.previewHeight = 50;
     struct Case {
-        int orientation;
+        const char* what;
+        test::DngPhoto photo;
+        std::int64_t maxPixels;
         QSize size;
         const char* colours;
     };
     const Case cases[] = {
-        {1, {200, 100}, "RGBW"}, {3, {200, 100}, "WBGR"}, {6, {100, 200}, "BRWG"},
-        {8, {100, 200}, "GWRB"}, {2, {200, 100}, "GRWB"}, {5, {100, 200}, "RBGW"},
+        {"the full-size preview", withPreview, 200, {100, 200}, "BRWG"},
+        {"no preview: half size", sensor, 200, {100, 200}, "RBWG"},
+        {"no preview, small", sensor, 40, {20, 40}, "RBWG"},
+        {"a preview too small", smallPreview, 300, {100, 200}, "GWBR"},
+        {"a small preview enough", smallPreview, 64, {32, 64}, "GWRB"},
     };
+    int n = 0;
     for (const Case& c : cases) {
-        const QImage image = Photo::load(file(oriented(quadrants, c.orientation)), 200);
-        EXPECT_EQ(image.size(), c.size) << "orientation " << c.orientation;
-        EXPECT_EQ(corners(image), c.colours) << "orientation " << c.orientation;
+        const QString path = test::writeDng(folder + QString("/%1.dng").arg(++n), c.photo);
+        const QImage image = Photo::load(file(path), c.maxPixels);
+        EXPECT_EQ(image.size(), c.size) << c.what;
+        EXPECT_EQ(corners(image), c.colours) << c.what;
     }
+    QFile garbage(folder + "/garbage.nef");
+    ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
+    garbage.write(QByteArray(100000, 'x'));
+    garbage.close();
+    EXPECT_TRUE(Photo::load(file(garbage.fileName()), 100).isNull());
+}
+
+// JPEG XL through libjxl: the orientation of an EXIF box does not turn it (only the
+// codestream's does), and a damaged file gives nothing.
+TEST(PhotoLoad, JpegXl) {
+    const QString folder = test::scratchFolder();
+    const QString jxl = test::generated(
+        "quadrants-400x200.jxl", {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf",
+                                  test::quadrantsFilter, "-frames:v", "1", "-distance", "0"});
+    const QString boxed = folder + "/boxed.jxl";
+    ASSERT_TRUE(QFile::copy(jxl, boxed));
+    test::run("exiftool", {"-q", "-m", "-overwrite_original", "-Orientation#=6", boxed});
+    for (const QString& path : {jxl, boxed}) {
+        const QImage image = Photo::load(file(path), 200);
+        EXPECT_EQ(image.size(), QSize(200, 100)) << path.toStdString();
+        EXPECT_EQ(corners(image), "RGBW") << path.toStdString();
+    }
+    QFile whole(jxl);
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    QFile cut(folder + "/cut.jxl");
+    ASSERT_TRUE(cut.open(QIODevice::WriteOnly));
+    cut.write(whole.readAll().chopped(40));
+    cut.close();
+    EXPECT_TRUE(Photo::load(file(cut.fileName()), 200).isNull());
 }
 
 TEST(PhotoLoad, RealFormats) {

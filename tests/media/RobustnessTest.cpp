@@ -1,4 +1,6 @@
 #include "media/MediaProbe.h"
+#include "media/Photo.h"
+#include "tests/support/Dng.h"
 #include "tests/support/Media.h"
 
 #include <QFile>
@@ -22,7 +24,8 @@ QByteArray contents(const QString& path) {
 
 // Probes damaged copies of good files: cut short at many lengths, and with a few bytes
 // changed, half of them in the first and last 4 KiB where the headers are. Every probe must
-// come back (under the sanitizers: without a memory error or leak), whatever it makes of it.
+// come back (under the sanitizers: without a memory error or leak), whatever it makes of it,
+// and so must decoding the photos among them.
 TEST(ProbeRobustness, DamagedFilesAlwaysComeBack) {
     av_log_set_level(AV_LOG_QUIET); // thousands of complaints about broken files help nobody
     QStringList sources{
@@ -31,7 +34,16 @@ TEST(ProbeRobustness, DamagedFilesAlwaysComeBack) {
                          "lavfi", "-i", "sine=duration=1", "-c:v", "libx264", "-c:a", "aac"}),
         test::generated(QStringLiteral("robust.jpg"),
                         {"-f", "lavfi", "-i", "testsrc=size=160x120", "-frames:v", "1"}),
+        test::generated(QStringLiteral("robust.jxl"),
+                        {"-f", "lavfi", "-i", "testsrc=size=160x120", "-frames:v", "1"}),
     };
+    test::DngPhoto raw;
+    raw.width = 160;
+    raw.height = 120;
+    raw.preview = contents(sources[1]);
+    raw.previewWidth = 160;
+    raw.previewHeight = 120;
+    sources << test::writeDng(test::scratchFolder() + "/robust.dng", raw);
     if (!test::sampleFolder().isEmpty())
         for (const char* name : {"L_exif_xmp_iptc.heic", "dolbyVision-hdr.MOV",
                                  "sample_fragmented.mp4", "Canon_40D.jpg", "sowt-with-video.mov"})
@@ -67,7 +79,10 @@ TEST(ProbeRobustness, DamagedFilesAlwaysComeBack) {
             ASSERT_TRUE(file.open(QIODevice::WriteOnly));
             file.write(variant);
             file.close();
-            usable += MediaProbe::probe(QUrl::fromLocalFile(path)).isUsable();
+            const MediaInfo info = MediaProbe::probe(QUrl::fromLocalFile(path));
+            usable += info.isUsable();
+            if (info.kind == MediaKind::photo)
+                Photo::load(QUrl::fromLocalFile(path), 64);
             QFile::remove(path);
         }
     }

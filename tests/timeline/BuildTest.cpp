@@ -7,12 +7,14 @@
 #include "timeline/Timeline.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace vimbo {
 namespace {
@@ -176,8 +178,7 @@ TEST(Carrier, WrittenOnceWithItsContents) {
     const Carrier::Tracks second = b.get();
     EXPECT_EQ(first.video, second.video);
     EXPECT_EQ(first.video.url.toLocalFile(), Carrier::path());
-    EXPECT_TRUE(Carrier::path().endsWith(
-        QString("/Vimbo-carrier-%1.mov").arg(QCoreApplication::applicationPid())));
+    EXPECT_TRUE(Carrier::path().startsWith(QDir::tempPath() + "/Vimbo-carrier-"));
     const QDateTime written = QFileInfo(Carrier::path()).lastModified();
     Carrier::tracks();
     EXPECT_EQ(QFileInfo(Carrier::path()).lastModified(), written) << "written once per run";
@@ -218,28 +219,34 @@ TEST(Carrier, WrittenOnceWithItsContents) {
     EXPECT_EQ(nonZero, 0);
 }
 
-// Runs this test program again with only `test` selected, `mode` in VIMBO_CARRIER_CHILD and
-// the temporary folder at `temp`; returns what it printed.
-QString child(const char* test, const char* mode, const QString& temp) {
-    QProcess p;
+// Starts this test program again with only Carrier.InAFreshRun selected, `mode` in
+// VIMBO_CARRIER_CHILD and the temporary folder at `temp`.
+std::unique_ptr<QProcess> startChild(const char* mode, const QString& temp) {
+    auto p = std::make_unique<QProcess>();
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("VIMBO_CARRIER_CHILD", mode);
     env.insert("TMPDIR", temp);
-    p.setProcessEnvironment(env);
-    p.start(QCoreApplication::applicationFilePath(), {QString("--gtest_filter=Carrier.") + test});
-    p.waitForFinished(120000);
-    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
-    return QString::fromUtf8(p.readAllStandardOutput());
+    p->setProcessEnvironment(env);
+    p->start(QCoreApplication::applicationFilePath(), {"--gtest_filter=Carrier.InAFreshRun"});
+    return p;
 }
 
-// Run by the tests below in a process of its own, where the carrier is not written yet.
+// Waits for a child to end; returns the carrier file it used.
+QString carrierOf(QProcess& p) {
+    p.waitForFinished(120000);
+    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+    const QString out = QString::fromUtf8(p.readAllStandardOutput());
+    const qsizetype at = out.indexOf("carrier=");
+    return at < 0 ? QString() : out.mid(at + 8).section('\n', 0, 0);
+}
+
+// Run by the test below in a process of its own, where the carrier is not prepared yet.
 TEST(Carrier, InAFreshRun) {
     const QByteArray mode = qgetenv("VIMBO_CARRIER_CHILD");
     if (mode.isEmpty())
         GTEST_SKIP() << "run as a child of the carrier tests";
     if (mode == "write") {
-        Carrier::tracks();
-        std::printf("carrier=%s\n", qPrintable(Carrier::path()));
+        std::printf("carrier=%s\n", qPrintable(Carrier::tracks().video.url.toLocalFile()));
         return;
     }
     // The temporary "folder" is a file: the first use fails, and so does every later one with
@@ -260,19 +267,40 @@ TEST(Carrier, InAFreshRun) {
     EXPECT_FALSE(QFileInfo::exists(Carrier::path()));
 }
 
-TEST(Carrier, FailureStaysForTheRunAndTheFileOutlivesIt) {
+// Runs of the program share one carrier file: two starting at once, a later one reusing it,
+// one after it was damaged replacing it; an earlier version's file per run is cleared away.
+TEST(Carrier, OneFileForEveryRun) {
     if (!qgetenv("VIMBO_CARRIER_CHILD").isEmpty())
         GTEST_SKIP();
     const QString temp = test::scratchFolder();
-    const QString out = child("InAFreshRun", "write", temp);
-    const qsizetype at = out.indexOf("carrier=");
-    ASSERT_GE(at, 0) << out.toStdString();
-    const QString written = out.mid(at + 8).section('\n', 0, 0);
-    EXPECT_TRUE(written.startsWith(temp + "/Vimbo-carrier-"));
-    EXPECT_TRUE(QFileInfo::exists(written)) << "the carrier is never deleted by the program";
+    QFile old(temp + "/Vimbo-carrier-4242.mov"), recent(temp + "/Vimbo-carrier-4343.mov");
+    for (QFile* f : {&old, &recent})
+        ASSERT_TRUE(f->open(QIODevice::WriteOnly));
+    old.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime);
+    const auto a = startChild("write", temp), b = startChild("write", temp);
+    const QString carrier = carrierOf(*a);
+    EXPECT_EQ(carrierOf(*b), carrier);
+    EXPECT_TRUE(carrier.startsWith(temp + "/Vimbo-carrier-")) << carrier.toStdString();
+    const QStringList one{QFileInfo(carrier).fileName()};
+    EXPECT_EQ(QDir(temp).entryList(QDir::Files), one + QStringList{"Vimbo-carrier-4343.mov"})
+        << "a day-old leftover goes, one of the last hour may still be in use";
+    recent.remove();
+
+    const QDateTime written = QFileInfo(carrier).lastModified();
+    EXPECT_EQ(carrierOf(*startChild("write", temp)), carrier);
+    EXPECT_EQ(QFileInfo(carrier).lastModified(), written) << "reused, not written again";
+
+    QFile damaged(carrier);
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    damaged.write("not a movie");
+    damaged.close();
+    EXPECT_EQ(carrierOf(*startChild("write", temp)), carrier);
+    EXPECT_EQ(QDir(temp).entryList(QDir::Files), one);
+    EXPECT_GE(ff::Demuxer(QUrl::fromLocalFile(carrier)).firstVideoStream(), 0) << "replaced";
+
     QFile notAFolder(temp + "/not-a-folder");
     ASSERT_TRUE(notAFolder.open(QIODevice::WriteOnly));
-    child("InAFreshRun", "fail", notAFolder.fileName());
+    EXPECT_TRUE(carrierOf(*startChild("fail", notAFolder.fileName())).isEmpty());
 }
 
 } // namespace

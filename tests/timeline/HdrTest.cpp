@@ -1,0 +1,165 @@
+// HDR video as it comes out of the renderer: tone-mapped to SDR BT.709, measured against
+// FFmpeg's reference chain and against the conversion of the matrix alone (which shows HDR
+// grey and washed out).
+
+#include "media/MediaProbe.h"
+#include "media/Thumbnail.h"
+#include "media/ToneMap.h"
+#include "media/ff/Decoder.h"
+#include "tests/support/Media.h"
+#include "tests/timeline/Fixtures.h"
+#include "timeline/VideoRenderer.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace vimbo {
+namespace {
+
+const QString referenceChain = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
+                               "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv,format=yuv420p";
+const QString matrixOnly = "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
+
+// A phone-like HEVC Main 10 clip: the test pattern's SDR white placed at 1000 cd/m², BT.2020.
+// Its two frames (0 and 0.1 s) are the same picture, so that the filmstrip's frame can be
+// compared with the first.
+QString hdrClip(const QString& transfer) {
+    return test::generated("hdr-still-" + transfer + ".mp4",
+                           {"-f",
+                            "lavfi",
+                            "-i",
+                            "testsrc2=size=320x180:rate=1",
+                            "-r",
+                            "10",
+                            "-frames:v",
+                            "2",
+                            "-vf",
+                            "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=" + transfer +
+                                ":p=bt2020:m=bt2020nc:r=tv:npl=1000,format=yuv420p10le",
+                            "-c:v",
+                            "libx265",
+                            "-x265-params",
+                            "log-level=error",
+                            "-tag:v",
+                            "hvc1",
+                            "-color_primaries",
+                            "bt2020",
+                            "-color_trc",
+                            transfer,
+                            "-colorspace",
+                            "bt2020nc"});
+}
+
+// The first frame of `clip` through an ffmpeg filter chain, as raw yuv420p.
+QByteArray ffmpegFrame(const QString& clip, const QString& name, const QString& chain) {
+    QFile file(test::generated(name, {"-i", clip, "-vf", chain, "-frames:v", "1", "-f", "rawvideo",
+                                      "-pix_fmt", "yuv420p"}));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
+
+// The pixels of a yuv420p frame, plane after plane: luma only, or all three.
+QByteArray bytesOf(const AVFrame& frame, int planes) {
+    QByteArray bytes;
+    for (int p = 0; p < planes; ++p) {
+        const int s = p ? 1 : 0;
+        const int w = (frame.width + s) >> s, h = (frame.height + s) >> s;
+        for (int y = 0; y < h; ++y)
+            bytes.append(reinterpret_cast<const char*>(frame.data[p] + y * frame.linesize[p]), w);
+    }
+    return bytes;
+}
+
+// The first frame of `clip` as the renderer draws it at the clip's own size.
+QByteArray renderedFrame(const QString& clip) {
+    const QUrl url = QUrl::fromLocalFile(clip);
+    const Segment s{url, MediaProbe::probe(url), {}};
+    EXPECT_TRUE(s.info.isHDR);
+    VideoRenderer renderer(std::make_shared<const Timeline>(
+        Timeline::build({s}, {FrameShape::auto_, FillMode::fit}, std::nullopt, false)));
+    return bytesOf(*renderer.render(0), 3);
+}
+
+// The luma of the first frame of `clip` scaled to width × height and tone-mapped.
+QByteArray scaledLuma(const QString& clip, int width, int height) {
+    ff::Demuxer input(QUrl::fromLocalFile(clip));
+    ff::Decoder decoder(input, input.firstVideoStream());
+    ff::FramePtr frame = ff::makeFrame();
+    EXPECT_TRUE(decoder.receive(frame.get()));
+    const ff::FramePtr mapped = toneMapped(*frame, width, height, SWS_BICUBIC);
+    return mapped ? bytesOf(*mapped, 1) : QByteArray();
+}
+
+// The luma of the clip's filmstrip picture (at its own size) as limited-range codes.
+QByteArray thumbnailLuma(const QString& clip) {
+    const auto image = Thumbnail::make(QUrl::fromLocalFile(clip), MediaKind::video, 320);
+    EXPECT_TRUE(image);
+    QByteArray luma;
+    for (int y = 0; image && y < image->height(); ++y)
+        for (int x = 0; x < image->width(); ++x) {
+            const QRgb p = image->pixel(x, y);
+            const double full = 0.2126 * qRed(p) + 0.7152 * qGreen(p) + 0.0722 * qBlue(p);
+            luma.append(static_cast<char>(std::lround(16 + full * 219 / 255)));
+        }
+    return luma;
+}
+
+double meanAbsoluteError(const QByteArray& a, const QByteArray& b) {
+    EXPECT_EQ(a.size(), b.size());
+    double sum = 0;
+    for (qsizetype i = 0; i < std::min(a.size(), b.size()); ++i)
+        sum += std::abs(int(std::uint8_t(a[i])) - int(std::uint8_t(b[i])));
+    return sum / double(std::max<qsizetype>(1, a.size()));
+}
+
+// A clip name: generated ones by their transfer, real samples by file name.
+class Hdr : public testing::TestWithParam<const char*> {};
+
+TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
+    const QString name = GetParam();
+    const bool generated = !name.contains('.');
+    if (!generated && test::sampleFolder().isEmpty())
+        GTEST_SKIP() << "the shared sample media are not on this machine";
+    const QString clip = generated ? hdrClip(name) : test::sample(name);
+    const QByteArray ours = renderedFrame(clip);
+    const QString base = QFileInfo(clip).completeBaseName();
+    const QByteArray reference = ffmpegFrame(clip, base + "-reference.yuv", referenceChain);
+    const QByteArray naive = ffmpegFrame(clip, base + "-matrix-only.yuv", matrixOnly);
+    const double error = meanAbsoluteError(ours, reference);
+    const double naiveError = meanAbsoluteError(naive, reference);
+    std::printf("%s: mean absolute error %.2f (matrix only: %.2f)\n", qPrintable(name), error,
+                naiveError);
+    EXPECT_LT(error, 1.0);
+    EXPECT_LT(error * 10, naiveError);
+    if (generated) {
+        // The filmstrip tone-maps too (its picture passes through RGB: a little more error).
+        const qsizetype lumaSize = reference.size() * 2 / 3;
+        const double thumbnailError =
+            meanAbsoluteError(thumbnailLuma(clip), reference.first(lumaSize));
+        EXPECT_LT(thumbnailError, 3.0);
+        EXPECT_LT(thumbnailError * 5,
+                  meanAbsoluteError(naive.first(lumaSize), reference.first(lumaSize)));
+        // Scaled down first to odd sizes (blocks cut at the right and bottom edges).
+        const QString scale = ",scale=161:91:flags=bicubic";
+        const QByteArray scaledReference =
+            ffmpegFrame(clip, base + "-reference-161x91.yuv", referenceChain + scale)
+                .first(161 * 91);
+        const double scaledError = meanAbsoluteError(scaledLuma(clip, 161, 91), scaledReference);
+        const double scaledNaive = meanAbsoluteError(
+            ffmpegFrame(clip, base + "-matrix-only-161x91.yuv", matrixOnly + scale).first(161 * 91),
+            scaledReference);
+        EXPECT_LT(scaledError * 5, scaledNaive);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Generated, Hdr, testing::Values("smpte2084", "arib-std-b67"));
+INSTANTIATE_TEST_SUITE_P(Samples, Hdr,
+                         testing::Values("hlg10-color-test.mp4", "dolbyVision-hdr.MOV",
+                                         "hdr10-video-with-sdr-container.mp4",
+                                         "sample_with_colr_mdcv_and_clli.mp4"));
+
+} // namespace
+} // namespace vimbo
