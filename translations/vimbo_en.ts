@@ -1,0 +1,14 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en">
+<context>
+    <name>vimbo::ui::MainWindow</name>
+    <message numerus="yes">
+        <source>%n Clip(s)</source>
+        <translation>
+            <numerusform>%n Clip</numerusform>
+            <numerusform>%n Clips</numerusform>
+        </translation>
+    </message>
+</context>
+</TS>
