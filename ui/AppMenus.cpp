@@ -62,7 +62,7 @@ void AppMenus::fillFile() {
     export_ = add(file, QStringLiteral("export"), tr("Export…"), {keys(Qt::CTRL | Qt::Key_E)},
                   [this] { project_.setShowExport(true); });
     file->addSeparator();
-    QAction* quit = add(file, QStringLiteral("quit"), tr("Quit"), {QKeySequence::Quit},
+    QAction* quit = add(file, QStringLiteral("quit"), tr("Quit"), {keys(Qt::CTRL | Qt::Key_Q)},
                         [this] { window_.close(); });
     quit->setMenuRole(QAction::QuitRole);
 }

@@ -3,6 +3,7 @@
 #include "ui/Icons.h"
 #include "ui/InspectorView.h"
 
+#include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStyle>
@@ -13,8 +14,8 @@ namespace vimbo::ui {
 
 InspectorColumn::InspectorColumn(Project& project, QWidget* parent)
     : QWidget(parent) {
-    setMinimumWidth(minimumWidth);
-    setMaximumWidth(maximumWidth);
+    setMinimumWidth(narrowest);
+    setMaximumWidth(widest);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     setAccessibleName(tr("Inspector"));
 
@@ -36,11 +37,22 @@ InspectorColumn::InspectorColumn(Project& project, QWidget* parent)
     header->addStretch();
     header->addWidget(close);
 
-    auto* layout = new QVBoxLayout(this);
+    auto* column = new QVBoxLayout;
+    column->setSpacing(0);
+    column->addLayout(header);
+    column->addWidget(new InspectorView(project, this), 1);
+
+    // A hairline between the editor and the column, as between the preview and the filmstrip.
+    auto* line = new QFrame(this);
+    line->setFrameShape(QFrame::VLine);
+    line->setFrameShadow(QFrame::Plain);
+    line->setForegroundRole(QPalette::Mid);
+    line->setFixedWidth(1);
+    auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addLayout(header);
-    layout->addWidget(new InspectorView(project, this), 1);
+    layout->addWidget(line);
+    layout->addLayout(column, 1);
 }
 
 QSize InspectorColumn::sizeHint() const {

@@ -15,9 +15,9 @@ namespace vimbo::ui {
 class InspectorColumn : public QWidget {
     Q_OBJECT
 public:
-    static constexpr int minimumWidth = 250;
+    static constexpr int narrowest = 250;
     static constexpr int idealWidth = 280;
-    static constexpr int maximumWidth = 380;
+    static constexpr int widest = 380;
 
     explicit InspectorColumn(Project& project, QWidget* parent = nullptr);
 
