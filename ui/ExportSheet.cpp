@@ -36,14 +36,14 @@ ExportSheet::ExportSheet(Project& project, ExportController& controller, QWidget
         save->setAttribute(Qt::WA_DeleteOnClose);
         save->setOption(QFileDialog::DontUseNativeDialog);
         save->setAcceptMode(QFileDialog::AcceptSave);
-        connect(save, &QFileDialog::urlSelected, save, [target, &controller](const QUrl& url) {
+        connect(save, &QFileDialog::fileSelected, save, [target, &controller](const QString& path) {
             if (!target)
                 return;
             std::vector<Segment> segments;
             for (auto& [id, segment] : target->usable())
                 segments.push_back(segment);
             controller.start(segments, target->layout(), ExportFormat::mp4,
-                             ExportQuality::original, url);
+                             ExportQuality::original, QUrl::fromLocalFile(path));
         });
         save->open();
     });
