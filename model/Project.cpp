@@ -57,7 +57,11 @@ Project::Project(MediaAccess media, std::optional<SessionStore> store, QObject* 
     restore();
 }
 
-Project::~Project() = default;
+Project::~Project() {
+    // Clips not yet read are dropped; a read or an import under way is waited for.
+    workers_.clear();
+    workers_.waitForDone();
+}
 
 void Project::setShowPhotosPicker(bool show) {
     if (std::exchange(showPhotosPicker_, show) != show)
@@ -191,7 +195,7 @@ void Project::importFromPhotos(const QList<QUrl>& picked) {
         return;
     QPointer<Project> self(this);
     const SessionStore store = *store_;
-    QThreadPool::globalInstance()->start([self, store, picked] {
+    workers_.start([self, store, picked] {
         QList<QUrl> kept;
         for (const QUrl& url : picked)
             if (const auto copy = PickedFile::keeping(url, store))

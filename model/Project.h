@@ -13,6 +13,7 @@
 #include <QImage>
 #include <QObject>
 #include <QSet>
+#include <QThreadPool>
 #include <QTimer>
 #include <QUrl>
 #include <QUuid>
@@ -144,6 +145,9 @@ private:
     std::unique_ptr<SessionWriter> writer_; // present with a store
     UndoHistory history_;
     QTimer saveTimer_;
+    // Reading clips and copying imports. Not Qt's global pool: Qt draws and scales pictures
+    // on that one, and hundreds of queued probes would make the window wait behind them.
+    QThreadPool workers_;
 
     std::vector<Clip> clips_;
     Layout layout_;
