@@ -53,8 +53,8 @@ int usage() {
 
 int commandLine(int argc, char** argv);
 
-const QStringList commandWords{QStringLiteral("merge"),  QStringLiteral("export"),
-                               QStringLiteral("probe"),  QStringLiteral("project"),
+const QStringList commandWords{QStringLiteral("merge"), QStringLiteral("export"),
+                               QStringLiteral("probe"), QStringLiteral("project"),
                                QStringLiteral("thumbnail")};
 
 } // namespace

@@ -48,8 +48,7 @@ MediaAccess windowMedia() {
 } // namespace
 
 bool opensWindow(const QString& firstArgument) {
-    return firstArgument.startsWith(QLatin1String("file:")) ||
-           QFileInfo::exists(firstArgument);
+    return firstArgument.startsWith(QLatin1String("file:")) || QFileInfo::exists(firstArgument);
 }
 
 int windowCommand(int argc, char** argv, const QStringList& files) {
@@ -74,8 +73,8 @@ int windowCommand(int argc, char** argv, const QStringList& files) {
         return exitOk;
     instance.listen();
 
-    QApplication::setWindowIcon(
-        QIcon::fromTheme(QStringLiteral("app.vimbo.Vimbo"), QIcon(QStringLiteral(":/app/vimbo.svg"))));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("app.vimbo.Vimbo"),
+                                                 QIcon(QStringLiteral(":/app/vimbo.svg"))));
     ui::installTranslations();
     ui::followDesktopPalette(app);
 

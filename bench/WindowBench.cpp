@@ -37,16 +37,17 @@ QString media(const QString& name, const QStringList& args) {
 
 // 300 files of their own (copies, so each is opened and probed on its own) in a saved project.
 void prepare(const QString& root) {
-    const QString photo = media("window-photo.jpg", {"-f", "lavfi", "-i",
-                                                     "testsrc2=size=4032x3024", "-frames:v", "1"});
+    const QString photo = media("window-photo.jpg",
+                                {"-f", "lavfi", "-i", "testsrc2=size=4032x3024", "-frames:v", "1"});
     const QString video = media("window-video.mp4",
-                                {"-f", "lavfi", "-i", "testsrc2=size=1920x1080:rate=30:d=4",
-                                 "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"});
+                                {"-f", "lavfi", "-i", "testsrc2=size=1920x1080:rate=30:d=4", "-c:v",
+                                 "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"});
     QDir().mkpath(root + "/files");
     Saved saved;
     for (int i = 0; i < clipCount; ++i) {
         const bool isPhoto = i % 2 == 0;
-        const QString path = root + QStringLiteral("/files/clip-%1.%2").arg(i).arg(isPhoto ? "jpg" : "mp4");
+        const QString path =
+            root + QStringLiteral("/files/clip-%1.%2").arg(i).arg(isPhoto ? "jpg" : "mp4");
         QFile::copy(isPhoto ? photo : video, path);
         Clip clip;
         clip.id = QUuid::createUuid();

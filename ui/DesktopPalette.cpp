@@ -76,20 +76,21 @@ public:
     }
 
     void askPortal() {
-        QDBusMessage read = QDBusMessage::createMethodCall(portalService, portalPath,
-                                                           settingsInterface, QStringLiteral("Read"));
+        QDBusMessage read = QDBusMessage::createMethodCall(
+            portalService, portalPath, settingsInterface, QStringLiteral("Read"));
         read << appearance << colorScheme;
         auto* watcher =
             new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(read), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-            call->deleteLater();
-            const QDBusPendingReply<QDBusVariant> reply = *call;
-            if (reply.isValid())
-                apply(schemeOf(reply.value().variant()) == preferDark);
-        });
-        QDBusConnection::sessionBus().connect(
-            portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this,
-            SLOT(settingChanged(QString, QString, QDBusVariant)));
+        connect(watcher, &QDBusPendingCallWatcher::finished, this,
+                [this](QDBusPendingCallWatcher* call) {
+                    call->deleteLater();
+                    const QDBusPendingReply<QDBusVariant> reply = *call;
+                    if (reply.isValid())
+                        apply(schemeOf(reply.value().variant()) == preferDark);
+                });
+        QDBusConnection::sessionBus().connect(portalService, portalPath, settingsInterface,
+                                              QStringLiteral("SettingChanged"), this,
+                                              SLOT(settingChanged(QString, QString, QDBusVariant)));
     }
 
 private:

@@ -42,8 +42,8 @@ ExportSheet::ExportSheet(Project& project, ExportController& controller, QWidget
             std::vector<Segment> segments;
             for (auto& [id, segment] : target->usable())
                 segments.push_back(segment);
-            controller.start(segments, target->layout(), ExportFormat::mp4,
-                             ExportQuality::original, QUrl::fromLocalFile(path));
+            controller.start(segments, target->layout(), ExportFormat::mp4, ExportQuality::original,
+                             QUrl::fromLocalFile(path));
         });
         save->open();
     });

@@ -58,8 +58,9 @@ void MainWindow::arrange() {
     central->setMinimumSize(minimumContentSize);
     content_ = new QStackedWidget(central);
     empty_ = new EmptyState(project_, content_);
-    editor_ = new EditorView(project_, exporter_, preview_->player(),
-                             [this](const QUuid& id) { selected(id); }, content_);
+    editor_ = new EditorView(
+        project_, exporter_, preview_->player(), [this](const QUuid& id) { selected(id); },
+        content_);
     content_->addWidget(empty_);
     content_->addWidget(editor_);
     inspector_ = new InspectorColumn(project_, central);

@@ -8,12 +8,11 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLocalSocket>
-#include <QThread>
 #include <QProcess>
-
-#include <gtest/gtest.h>
+#include <QThread>
 
 #include <csignal>
+#include <gtest/gtest.h>
 
 namespace vimbo::test {
 namespace {

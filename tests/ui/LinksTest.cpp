@@ -11,8 +11,8 @@ TEST(Links, PagesFollowTheFirstLanguageAndTheVersionIsPassedOn) {
     EXPECT_EQ(Links::website(traditional).toString(), "https://vimbo.app/vimbo-zh-tw.html");
     EXPECT_EQ(Links::support(simplified).toString(), "https://vimbo.app/vimbo-support-zh-cn.html");
     EXPECT_EQ(Links::pageSuffix({"zh-TW"}), "-zh-tw");
-    for (const QStringList& other : {QStringList{"en-US"}, QStringList{"de", "zh-Hant"},
-                                     QStringList{"zh"}, QStringList{}}) {
+    for (const QStringList& other :
+         {QStringList{"en-US"}, QStringList{"de", "zh-Hant"}, QStringList{"zh"}, QStringList{}}) {
         EXPECT_EQ(Links::pageSuffix(other), QString()) << other.join(',').toStdString();
         EXPECT_EQ(Links::website(other).toString(), "https://vimbo.app/vimbo.html");
     }

@@ -61,9 +61,10 @@ protected:
     }
 
     static QUrl movie() {
-        return QUrl::fromLocalFile(generated(
-            QStringLiteral("window-1s.mp4"), {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=25:d=1",
-                                              "-c:v", "libx264", "-pix_fmt", "yuv420p"}));
+        return QUrl::fromLocalFile(
+            generated(QStringLiteral("window-1s.mp4"),
+                      {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=25:d=1", "-c:v", "libx264",
+                       "-pix_fmt", "yuv420p"}));
     }
 
     // A saved project of photos shown for the given seconds each.

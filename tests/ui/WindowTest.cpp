@@ -114,7 +114,8 @@ TEST_F(WindowTest, ExportBarShowsWhileTheExportIsNotIdle) {
     exporter.start(segments, project().layout(), ExportFormat::mp4, ExportQuality::original,
                    QUrl::fromLocalFile(root + "/out.mp4"));
     EXPECT_TRUE(barShown()) << "running";
-    ASSERT_TRUE(waitUntil([&] { return exporter.state().kind != ExportController::State::Kind::running; }));
+    ASSERT_TRUE(
+        waitUntil([&] { return exporter.state().kind != ExportController::State::Kind::running; }));
     EXPECT_EQ(exporter.state().kind, ExportController::State::Kind::done);
     EXPECT_TRUE(barShown()) << "done";
     exporter.close();
@@ -122,7 +123,8 @@ TEST_F(WindowTest, ExportBarShowsWhileTheExportIsNotIdle) {
 
     exporter.start(segments, project().layout(), ExportFormat::mp4, ExportQuality::original,
                    QUrl::fromLocalFile(root + "/no/such/folder/out.mp4"));
-    ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == ExportController::State::Kind::failed; }));
+    ASSERT_TRUE(
+        waitUntil([&] { return exporter.state().kind == ExportController::State::Kind::failed; }));
     EXPECT_TRUE(barShown()) << "failed";
 }
 
