@@ -14,11 +14,16 @@ namespace {
 
 // One line, so that a script's log shows the whole of it; --help has the rest.
 const char* const usageLine =
-    "usage: vimbo merge|export|probe|thumbnail|project [ARGS…] (vimbo --help for details)";
+    "usage: vimbo [FILE…] | merge|export|probe|thumbnail|project [ARGS…] (vimbo --help for "
+    "details)";
 
 const char* const helpText = R"(Vimbo joins photos and videos into one movie.
 
-usage: vimbo COMMAND [ARGS…]
+usage: vimbo [FILE-OR-FOLDER…]
+       vimbo COMMAND [ARGS…]
+
+Without a command, Vimbo opens its window (with the files and folders given added to the
+project); when the window is already open, the files go to it.
 
 commands:
   merge [--shape auto|wide|tall|square|portrait] [--fill fit|fill]
@@ -46,9 +51,31 @@ int usage() {
     return exitUsage;
 }
 
+int commandLine(int argc, char** argv);
+
+const QStringList commandWords{QStringLiteral("merge"), QStringLiteral("export"),
+                               QStringLiteral("probe"), QStringLiteral("project"),
+                               QStringLiteral("thumbnail")};
+
 } // namespace
 
 int run(int argc, char** argv) {
+    // The window needs a QApplication (and a display), every command only a QCoreApplication,
+    // so the choice is made before either exists.
+    const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    if (argc < 2 || (!commandWords.contains(first) && !first.startsWith(QLatin1Char('-')) &&
+                     opensWindow(first))) {
+        QStringList files;
+        for (int i = 1; i < argc; ++i)
+            files << QString::fromLocal8Bit(argv[i]);
+        return windowCommand(argc, argv, files);
+    }
+    return commandLine(argc, argv);
+}
+
+namespace {
+
+int commandLine(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Vimbo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VIMBO_VERSION));
@@ -81,4 +108,5 @@ int run(int argc, char** argv) {
     return usage();
 }
 
+} // namespace
 } // namespace vimbo::app

@@ -58,7 +58,9 @@ Project::Project(MediaAccess media, std::optional<SessionStore> store, QObject* 
 }
 
 Project::~Project() {
-    readers_.clear(); // what has not started yet never will; running reads finish
+    // Clips not yet read are dropped; a read or an import under way is waited for.
+    workers_.clear();
+    workers_.waitForDone();
 }
 
 void Project::setShowPhotosPicker(bool show) {
@@ -193,7 +195,7 @@ void Project::importFromPhotos(const QList<QUrl>& picked) {
         return;
     QPointer<Project> self(this);
     const SessionStore store = *store_;
-    readers_.start([self, store, picked] {
+    workers_.start([self, store, picked] {
         QList<QUrl> kept;
         for (const QUrl& url : picked)
             if (const auto copy = PickedFile::keeping(url, store))

@@ -147,9 +147,9 @@ private:
     std::unique_ptr<SessionWriter> writer_; // present with a store
     UndoHistory history_;
     QTimer saveTimer_;
-    // Probing, thumbnails and import copies. Not Qt's global pool: Qt's own painting splits
-    // large fills across that one, and a window must never wait behind a queue of probes.
-    QThreadPool readers_;
+    // Reading clips and copying imports. Not Qt's global pool: Qt draws and scales pictures
+    // on that one, and hundreds of queued probes would make the window wait behind them.
+    QThreadPool workers_;
 
     std::vector<Clip> clips_;
     Layout layout_;

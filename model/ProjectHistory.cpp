@@ -89,7 +89,7 @@ void Project::restore() {
 void Project::read(const std::vector<Clip>& clips) {
     for (const Clip& clip : clips) {
         // The worker holds a weak pointer made here, and only ever reads it back on this thread.
-        readers_.start(
+        workers_.start(
             [self = QPointer<Project>(this), media = media_, id = clip.id, url = clip.url] {
                 const MediaInfo info = media.probe(url);
                 QMetaObject::invokeMethod(QCoreApplication::instance(), [self, id, info] {

@@ -8,8 +8,8 @@ packages=(
   build-essential cmake ninja-build pkg-config clang-format
   # Qt 6: core, gui, widgets, concurrency, D-Bus, multimedia, image plug-ins, undo (QtGui)
   qt6-base-dev qt6-multimedia-dev qt6-image-formats-plugins qt6-qpa-plugins libgl-dev
-  # the SVG icon engine that draws the bundled icons
-  libqt6svg6
+  # Qt 6: SVG (the icon engine that draws the bundled icons), Linguist (translations)
+  libqt6svg6 qt6-svg-dev qt6-tools-dev qt6-l10n-tools qt6-tools-dev-tools
   # media
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
   libheif-dev libexiv2-dev libraw-dev libjxl-dev
@@ -17,6 +17,8 @@ packages=(
   xdg-utils adwaita-icon-theme
   # tests and benchmarks
   libgtest-dev libbenchmark-dev ffmpeg libimage-exiftool-perl xvfb xauth
+  # the window's journey and screenshots under Xvfb, the desktop entry's check, the package
+  xdotool imagemagick desktop-file-utils dpkg-dev
 )
 
 missing=()

@@ -9,11 +9,12 @@ ProgramRun vimbo(const QStringList& arguments, const ProgramSetup& setup) {
     QProcess process;
     if (setup.inChild)
         process.setChildProcessModifier(setup.inChild);
-    if (!setup.dataHome.isEmpty()) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (!setup.dataHome.isEmpty())
         environment.insert(QStringLiteral("XDG_DATA_HOME"), setup.dataHome);
-        process.setProcessEnvironment(environment);
-    }
+    if (setup.environment)
+        setup.environment(environment);
+    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(VIMBO_BINARY), arguments);
     const bool finished = process.waitForFinished(setup.timeoutMs);
     return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,

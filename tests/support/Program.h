@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
@@ -20,6 +21,7 @@ struct ProgramRun {
 struct ProgramSetup {
     QString dataHome;              // XDG_DATA_HOME for the run (the saved project's home)
     std::function<void()> inChild; // runs in the child before it starts (limits, signals)
+    std::function<void(QProcessEnvironment&)> environment; // changes to the inherited one
     int timeoutMs = 300'000;
 
     static ProgramSetup withDataHome(const QString& folder) {

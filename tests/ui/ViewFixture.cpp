@@ -9,7 +9,9 @@
 #include <QDir>
 #include <QFile>
 #include <QLocale>
-#include <QTranslator>
+#include "ui/Translations.h"
+
+#include <utility>
 
 namespace vimbo::test {
 namespace {
@@ -33,9 +35,9 @@ MediaAccess viewMedia() {
 
 void useEnglish() {
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    static QTranslator plurals;
-    if (plurals.isEmpty() && plurals.load(QStringLiteral(":/i18n/plurals_en.qm")))
-        QCoreApplication::installTranslator(&plurals);
+    static bool installed = false;
+    if (!std::exchange(installed, true))
+        ui::installTranslations();
 }
 
 QString movie(const QString& folder, const QString& name, double seconds, bool withSound) {

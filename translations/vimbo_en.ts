@@ -1,10 +1,8 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
-<!-- The English plural forms of the views' counted phrases, for the tests and screenshots
-     until the application's own English translation carries them. -->
-<TS version="2.1" language="en_US">
+<TS version="2.1" language="en">
 <context>
-    <name>vimbo::ui::InspectorView</name>
+    <name>vimbo::ui::MainWindow</name>
     <message numerus="yes">
         <source>%n Clip(s)</source>
         <translation>

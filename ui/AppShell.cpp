@@ -1,0 +1,48 @@
+#include "ui/AppShell.h"
+
+#include "ui/MainWindow.h"
+
+#include <QPointer>
+
+namespace vimbo::ui {
+
+AppShell::AppShell(MediaAccess media, SessionStore store)
+    : project_(std::move(media), std::move(store))
+    , window_(std::make_unique<MainWindow>(project_, exporter_)) {
+    QObject::connect(window_.get(), &MainWindow::firstShown, &project_, [this] {
+        // The desktop's open request returns at once; the files are added on the next turn.
+        requests_.setHandler([project = QPointer<Project>(&project_)](const QList<QUrl>& files) {
+            QMetaObject::invokeMethod(
+                project,
+                [project, files] {
+                    if (project)
+                        project->add(files);
+                },
+                Qt::QueuedConnection);
+        });
+    });
+    QObject::connect(window_.get(), &MainWindow::closing, &project_,
+                     [this] { project_.saveNow(); });
+}
+
+AppShell::~AppShell() = default;
+
+void AppShell::open(const QList<QUrl>& files) {
+    requests_.open(files);
+}
+
+void AppShell::show() {
+    window_->show();
+}
+
+void AppShell::raise() {
+    window_->showNormal();
+    window_->raise();
+    window_->activateWindow();
+}
+
+void AppShell::quit() {
+    window_->close();
+}
+
+} // namespace vimbo::ui

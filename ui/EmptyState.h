@@ -1,0 +1,30 @@
+#pragma once
+
+// What a new project shows instead of the editor: an invitation to drop files, and the two
+// ways to choose them. Interface thread.
+
+#include <QWidget>
+
+class QLabel;
+
+namespace vimbo {
+class Project;
+}
+
+namespace vimbo::ui {
+
+class EmptyState : public QWidget {
+    Q_OBJECT
+public:
+    explicit EmptyState(Project& project, QWidget* parent = nullptr);
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void showIcon();
+
+    QLabel* icon_;
+};
+
+} // namespace vimbo::ui
