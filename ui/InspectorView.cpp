@@ -16,6 +16,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSignalBlocker>
@@ -90,6 +91,8 @@ public:
         setDecimals(1);
         setKeyboardTracking(false);
         setAlignment(Qt::AlignRight);
+        // The text field inside is what a screen reader lands on when typing a duration.
+        lineEdit()->setAccessibleName(InspectorView::tr("Duration"));
     }
     void stepBy(int steps) override {
         double v = value();

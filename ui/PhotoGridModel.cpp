@@ -21,8 +21,18 @@ constexpr int cacheKilobytes = 96 * 1024;
 
 // The picker's own workers. Never destroyed before the program ends, so nothing waits for a
 // decode when a picker closes.
+// Decoding needs Qt's image plug-ins, which go with the application object: the pool winds
+// down (queued work dropped, running work finished) before the application does.
 QThreadPool& thumbnailPool() {
     static QThreadPool pool;
+    static const bool windsDown = [] {
+        qAddPostRoutine([] {
+            pool.clear();
+            pool.waitForDone();
+        });
+        return true;
+    }();
+    Q_UNUSED(windsDown);
     return pool;
 }
 

@@ -5,11 +5,11 @@
 #include "model/SessionStore.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
+#include "ui/Translations.h"
 
 #include <QDir>
 #include <QFile>
 #include <QLocale>
-#include "ui/Translations.h"
 
 #include <utility>
 
