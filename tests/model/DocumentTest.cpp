@@ -3,6 +3,7 @@
 #include "model/UndoNames.h"
 #include "tests/model/ProjectFixture.h"
 
+#include <QAction>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QThread>
@@ -61,16 +62,27 @@ TEST_F(ProjectTest, OneStepPerEventLoopTurnAndPerGesture) {
     const std::vector<Clip> start = project->clips();
     const int steps = stack().count();
 
-    // A switch that mutes clips one by one within one turn makes one step.
+    // Changes within one turn make one step, and the Edit menu's item shows the last one's name.
+    const std::unique_ptr<QAction> undoItem(stack().createUndoAction(nullptr));
+    project->edit(UndoName::changeSpeed, QSet<QUuid>{start[0].id},
+                  [](ClipEdits& e, const MediaInfo&) { e.speed = 2; });
     for (const Clip& c : start)
         project->edit(UndoName::mute, QSet<QUuid>{c.id},
                       [](ClipEdits& e, const MediaInfo&) { e.muted = true; });
+    EXPECT_EQ(undoItem->text(), QStringLiteral("Undo Mute"));
     nextTurn();
     EXPECT_EQ(stack().count(), steps + 1);
-    EXPECT_EQ(stack().undoText(), QStringLiteral("Mute"));
     stack().undo();
     EXPECT_EQ(project->clips(), start);
     stack().redo();
+    // Changes that cancel out within a turn leave no step.
+    nextTurn();
+    for (const bool muted : {false, true})
+        project->edit(UndoName::mute, QSet<QUuid>{start[0].id},
+                      [muted](ClipEdits& e, const MediaInfo&) { e.muted = muted; });
+    nextTurn();
+    EXPECT_EQ(stack().count(), steps + 1);
+    EXPECT_EQ(undoItem->text(), QStringLiteral("Undo Mute"));
 
     // A drag through ten values is one step that goes back to the value before the drag.
     const std::vector<Clip> beforeTrim = project->clips();
