@@ -109,9 +109,9 @@ public:
     void observeUndo(QUndoStack* undoManager);
     QUndoStack* undoManager() const { return history_.stack(); }
 
-    // Persistence. save() encodes the project at once and writes it on a worker thread;
-    // saveNow() also waits for the file to be on disk (at quit). Destroying the project waits
-    // for the last write.
+    // Persistence. save() hands a copy of the project to the writer thread, which encodes and
+    // writes it; saveNow() also waits for the file to be on disk (at quit). Destroying the
+    // project waits for the last write.
     void scheduleSave();
     void save();
     void saveNow();

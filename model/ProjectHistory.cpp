@@ -54,10 +54,7 @@ void Project::save() {
     saveTimer_.stop();
     if (!writer_)
         return;
-    // A value that cannot be written (a number that is not finite) gives up this save; the
-    // next change tries again.
-    if (auto bytes = encodeSaved(Saved{clips_, layout_, nextAdded_}))
-        writer_->write(std::move(*bytes));
+    writer_->write(Saved{clips_, layout_, nextAdded_});
 }
 
 void Project::saveNow() {

@@ -226,7 +226,7 @@ TEST(RecordJson, MediaInfoRoundTripsWithDatesSinceTwoThousandOne) {
 namespace vimbo {
 namespace {
 
-TEST(SavedJson, TheFileHasExactlyThreeKeysInTheRecordsFormAndRoundTrips) {
+TEST(SavedJson, RoundTripsExactlyAndRefusesWhatJsonCannotHold) {
     Saved saved;
     saved.layout = {FrameShape::portrait, FillMode::fill};
     saved.nextAdded = 9007199254740993; // beyond a double's exact integers
@@ -242,12 +242,8 @@ TEST(SavedJson, TheFileHasExactlyThreeKeysInTheRecordsFormAndRoundTrips) {
 
     const auto bytes = encodeSaved(saved);
     ASSERT_TRUE(bytes);
-    EXPECT_FALSE(bytes->contains('/') && bytes->contains("\":\"file://")) << bytes->data();
-    const QJsonObject o = QJsonDocument::fromJson(*bytes).object();
-    EXPECT_EQ(o.keys(), (QStringList{"clips", "layout", "nextAdded"}));
-    EXPECT_EQ(o["clips"].toArray()[0].toObject(), toJson(odd));
-    EXPECT_EQ(o["clips"].toArray()[1].toObject(), toJson(plain));
-    EXPECT_EQ(o["layout"].toObject(), toJson(saved.layout));
+    EXPECT_EQ(QJsonDocument::fromJson(*bytes).object().keys(),
+              (QStringList{"clips", "layout", "nextAdded"}));
     EXPECT_EQ(decodeSaved(*bytes), saved);
 
     saved.clips[1].edits.trimEnd = std::numeric_limits<double>::infinity();
