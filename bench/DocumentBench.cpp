@@ -72,8 +72,8 @@ void Encode(benchmark::State& state) {
 }
 BENCHMARK(Encode)->Arg(100)->Arg(300)->Arg(1000)->Unit(benchmark::kMillisecond);
 
-// Creating the project: reading and decoding the file, resolving every bookmark, cleaning the
-// import store. The background probes it starts are not part of the interface thread's time.
+// Creating the project, on the interface thread: reading and decoding the file, cleaning the
+// import store. Following the bookmarks and probing happen on workers (Locate below).
 void Restore(benchmark::State& state) {
     QTemporaryDir dir;
     const SessionStore store(dir.path() + QStringLiteral("/Vimbo"));
@@ -91,6 +91,21 @@ void Restore(benchmark::State& state) {
     state.counters["clips"] = static_cast<double>(state.range(0));
 }
 BENCHMARK(Restore)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
+
+// Following the bookmarks of a restored session on a worker, with one file in ten moved to a
+// sibling folder: every moved file is found in one search.
+void Locate(benchmark::State& state) {
+    QTemporaryDir dir;
+    const Saved saved = session(dir.path(), static_cast<int>(state.range(0)));
+    QDir().mkpath(dir.path() + QStringLiteral("/moved"));
+    for (std::size_t i = 0; i < saved.clips.size(); i += 10)
+        QFile::rename(saved.clips[i].url.toLocalFile(),
+                      dir.path() + QStringLiteral("/moved/") + saved.clips[i].url.fileName());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(SessionStore::located(saved.clips));
+    state.counters["clips"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(Locate)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

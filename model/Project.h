@@ -40,8 +40,10 @@ public:
     // The size of filmstrip thumbnails, in pixels on the long side.
     static constexpr int thumbnailPixels = 320;
 
-    // Restores the saved project from `store` and starts reading its clips. Without a store
-    // the project is a scratch one (the command line's merge): nothing is read or saved.
+    // Restores the saved project from `store` and starts reading its clips. Clips whose files
+    // moved are found again in the background and then change their place (clipsChanged).
+    // Without a store the project is a scratch one (the command line's merge): nothing is read
+    // or saved.
     explicit Project(MediaAccess media, std::optional<SessionStore> store = SessionStore(),
                      QObject* parent = nullptr);
     ~Project() override;
@@ -130,6 +132,12 @@ signals:
 
 private:
     void restore();
+    // Follows the restored clips' bookmarks on a worker thread, then updates the clips whose
+    // files moved (and probes them again) or whose bookmarks were renewed.
+    void locate();
+    void foundAgain(const std::vector<Clip>& found);
+    // Puts the places found since the start into these clips.
+    void followMoves(std::vector<Clip>& clips) const;
     void setClips(std::vector<Clip> clips);
     void assignLayout(const Layout& layout);
     void setSelection(QSet<QUuid> selection);
@@ -159,6 +167,9 @@ private:
     std::optional<QUuid> anchor_;
     std::optional<Snapshot> gestureStart_;
     bool restoring_ = false;
+    // Where restored clips' files were found again, with their renewed bookmarks.
+    QHash<QUuid, std::pair<QUrl, std::optional<QByteArray>>> foundAgain_;
+    QHash<QUuid, std::uint64_t> reads_; // the newest read of each clip
 };
 
 } // namespace vimbo

@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QThreadPool>
 
+#include <algorithm>
+
 namespace vimbo {
 
 void Project::registerUndo(const Snapshot& from, const char* name) {
@@ -15,7 +17,9 @@ void Project::registerUndo(const Snapshot& from, const char* name) {
 }
 
 void Project::apply(const Snapshot& s) {
-    setClips(s.clips);
+    std::vector<Clip> clips = s.clips;
+    followMoves(clips); // a step recorded before a file was found again still has its old place
+    setClips(std::move(clips));
     assignLayout(s.layout);
     QSet<QUuid> present;
     for (const Clip& clip : clips_)
@@ -77,20 +81,71 @@ void Project::restore() {
         setClips(std::move(clips));
         store_->cleanImports(clips_);
         read(clips_);
+        locate();
     } else {
         store_->cleanImports({});
     }
     restoring_ = false;
 }
 
+void Project::locate() {
+    std::vector<Clip> bookmarked;
+    std::copy_if(clips_.begin(), clips_.end(), std::back_inserter(bookmarked),
+                 [](const Clip& c) { return c.bookmark.has_value(); });
+    if (bookmarked.empty())
+        return;
+    QThreadPool::globalInstance()->start([self = QPointer<Project>(this), bookmarked] {
+        std::vector<Clip> found = SessionStore::located(bookmarked);
+        std::erase_if(found, [&](const Clip& clip) {
+            const auto before = std::find_if(bookmarked.begin(), bookmarked.end(),
+                                             [&](const Clip& c) { return c.id == clip.id; });
+            return clip.url == before->url && clip.bookmark == before->bookmark;
+        });
+        if (found.empty())
+            return;
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [self, found] {
+            if (self)
+                self->foundAgain(found);
+        });
+    });
+}
+
+void Project::foundAgain(const std::vector<Clip>& found) {
+    std::vector<Clip> moved;
+    for (const Clip& clip : found) {
+        const auto was = std::find_if(clips_.begin(), clips_.end(),
+                                      [&](const Clip& c) { return c.id == clip.id; });
+        if (was != clips_.end() && was->url != clip.url)
+            moved.push_back(clip);
+        foundAgain_.insert(clip.id, {clip.url, clip.bookmark});
+    }
+    std::vector<Clip> clips = clips_;
+    followMoves(clips);
+    if (gestureStart_)
+        followMoves(gestureStart_->clips);
+    // Not an undoable change, but one to keep: the next start finds the files at once.
+    setClips(std::move(clips));
+    read(moved);
+}
+
+void Project::followMoves(std::vector<Clip>& clips) const {
+    for (Clip& clip : clips)
+        if (const auto found = foundAgain_.constFind(clip.id); found != foundAgain_.constEnd()) {
+            clip.url = found->first;
+            clip.bookmark = found->second;
+        }
+}
+
 void Project::read(const std::vector<Clip>& clips) {
     for (const Clip& clip : clips) {
+        // A clip read again (its file was found elsewhere) keeps only the newest read's results.
+        const std::uint64_t ticket = ++reads_[clip.id];
         // The worker holds a weak pointer made here, and only ever reads it back on this thread.
         QThreadPool::globalInstance()->start(
-            [self = QPointer<Project>(this), media = media_, id = clip.id, url = clip.url] {
+            [self = QPointer<Project>(this), media = media_, id = clip.id, url = clip.url, ticket] {
                 const MediaInfo info = media.probe(url);
-                QMetaObject::invokeMethod(QCoreApplication::instance(), [self, id, info] {
-                    if (self)
+                QMetaObject::invokeMethod(QCoreApplication::instance(), [self, id, info, ticket] {
+                    if (self && self->reads_.value(id) == ticket)
                         self->storeInfo(id, info);
                 });
                 auto image = media.thumbnail ? media.thumbnail(url, info.kind, thumbnailPixels)
@@ -98,8 +153,8 @@ void Project::read(const std::vector<Clip>& clips) {
                 if (!image)
                     return;
                 QMetaObject::invokeMethod(QCoreApplication::instance(),
-                                          [self, id, image = std::move(*image)] {
-                                              if (self)
+                                          [self, id, image = std::move(*image), ticket] {
+                                              if (self && self->reads_.value(id) == ticket)
                                                   self->storeThumbnail(id, image);
                                           });
             });

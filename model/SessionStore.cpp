@@ -99,14 +99,7 @@ std::optional<Saved> SessionStore::load() const {
 }
 
 Clip SessionStore::restored(Clip clip) const {
-    if (clip.bookmark) {
-        const auto resolved = Bookmark::resolve(*clip.bookmark);
-        if (!resolved)
-            return clip; // probes as missing when the file is really gone
-        clip.url = resolved->url;
-        if (resolved->stale)
-            clip.bookmark = Bookmark::make(clip.url);
-    } else if (clip.imported) {
+    if (clip.imported && !clip.bookmark) {
         // The copy's own folder and name, under today's store: the data folder may have moved.
         const QFileInfo old(clip.url.path());
         clip.url = QUrl::fromLocalFile(importsFolder() + QLatin1Char('/') +
@@ -114,6 +107,26 @@ Clip SessionStore::restored(Clip clip) const {
                                        old.fileName());
     }
     return clip;
+}
+
+std::vector<Clip> SessionStore::located(std::vector<Clip> clips) {
+    std::vector<QByteArray> bookmarks;
+    std::vector<Clip*> bookmarked;
+    for (Clip& clip : clips)
+        if (clip.bookmark) {
+            bookmarks.push_back(*clip.bookmark);
+            bookmarked.push_back(&clip);
+        }
+    const auto found = Bookmark::resolve(bookmarks);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (!found[i])
+            continue;
+        Clip& clip = *bookmarked[i];
+        clip.url = found[i]->url;
+        if (found[i]->stale)
+            clip.bookmark = Bookmark::make(clip.url);
+    }
+    return clips;
 }
 
 void SessionStore::cleanImports(const std::vector<Clip>& clips) const {

@@ -38,9 +38,14 @@ public:
     // Absent when the file is missing, unreadable or not a complete saved project.
     std::optional<Saved> load() const;
 
-    // A saved clip as it is found again now: bookmarks resolved (the file may have moved),
-    // imported copies looked up in the current import store.
+    // A saved clip as this store finds it: an imported copy is looked up in the current import
+    // store (the data folder may have moved). No disk access.
     Clip restored(Clip clip) const;
+    // The clips with their bookmarks followed to where the files are now, in one search for
+    // all that moved: a moved file gets its new place and a fresh bookmark, a replaced one a
+    // fresh bookmark; a file not found keeps its clip as it was (it probes as missing). Reads
+    // the disk and may search thousands of entries: call it off the interface thread.
+    static std::vector<Clip> located(std::vector<Clip> clips);
     // Deletes every entry of the import store that no imported clip of `clips` lives in.
     void cleanImports(const std::vector<Clip>& clips) const;
 
