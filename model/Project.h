@@ -118,6 +118,8 @@ public:
     void save();
     void saveNow();
     void read(const std::vector<Clip>& clips);
+    // Whether probes are still under way, or restored clips' moved files still looked for.
+    bool isReading() const { return locating_ || pendingReads_ > 0; }
 
 signals:
     void clipsChanged();
@@ -129,6 +131,8 @@ signals:
     void showExportChanged();
     void canUndoChanged();
     void canRedoChanged();
+    // isReading() has become false: every clip's facts are in.
+    void allRead();
 
 private:
     void restore();
@@ -138,6 +142,7 @@ private:
     void foundAgain(const std::vector<Clip>& found);
     // Puts the places found since the start into these clips.
     void followMoves(std::vector<Clip>& clips) const;
+    void readingProgressed();
     void setClips(std::vector<Clip> clips);
     void assignLayout(const Layout& layout);
     void setSelection(QSet<QUuid> selection);
@@ -170,6 +175,8 @@ private:
     // Where restored clips' files were found again, with their renewed bookmarks.
     QHash<QUuid, std::pair<QUrl, std::optional<QByteArray>>> foundAgain_;
     QHash<QUuid, std::uint64_t> reads_; // the newest read of each clip
+    int pendingReads_ = 0;
+    bool locating_ = false;
 };
 
 } // namespace vimbo

@@ -94,15 +94,14 @@ void Project::locate() {
                  [](const Clip& c) { return c.bookmark.has_value(); });
     if (bookmarked.empty())
         return;
+    locating_ = true;
     QThreadPool::globalInstance()->start([self = QPointer<Project>(this), bookmarked] {
-        std::vector<Clip> found = SessionStore::located(bookmarked);
-        std::erase_if(found, [&](const Clip& clip) {
-            const auto before = std::find_if(bookmarked.begin(), bookmarked.end(),
-                                             [&](const Clip& c) { return c.id == clip.id; });
-            return clip.url == before->url && clip.bookmark == before->bookmark;
-        });
-        if (found.empty())
-            return;
+        const std::vector<Clip> located = SessionStore::located(bookmarked);
+        std::vector<Clip> found;
+        for (std::size_t i = 0; i < located.size(); ++i)
+            if (located[i].url != bookmarked[i].url ||
+                located[i].bookmark != bookmarked[i].bookmark)
+                found.push_back(located[i]);
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, found] {
             if (self)
                 self->foundAgain(found);
@@ -111,6 +110,7 @@ void Project::locate() {
 }
 
 void Project::foundAgain(const std::vector<Clip>& found) {
+    locating_ = false;
     std::vector<Clip> moved;
     for (const Clip& clip : found) {
         const auto was = std::find_if(clips_.begin(), clips_.end(),
@@ -119,13 +119,16 @@ void Project::foundAgain(const std::vector<Clip>& found) {
             moved.push_back(clip);
         foundAgain_.insert(clip.id, {clip.url, clip.bookmark});
     }
-    std::vector<Clip> clips = clips_;
-    followMoves(clips);
-    if (gestureStart_)
-        followMoves(gestureStart_->clips);
-    // Not an undoable change, but one to keep: the next start finds the files at once.
-    setClips(std::move(clips));
+    if (!found.empty()) {
+        std::vector<Clip> clips = clips_;
+        followMoves(clips);
+        if (gestureStart_)
+            followMoves(gestureStart_->clips);
+        // Not an undoable change, but one to keep: the next start finds the files at once.
+        setClips(std::move(clips));
+    }
     read(moved);
+    readingProgressed();
 }
 
 void Project::followMoves(std::vector<Clip>& clips) const {
@@ -140,13 +143,18 @@ void Project::read(const std::vector<Clip>& clips) {
     for (const Clip& clip : clips) {
         // A clip read again (its file was found elsewhere) keeps only the newest read's results.
         const std::uint64_t ticket = ++reads_[clip.id];
+        ++pendingReads_;
         // The worker holds a weak pointer made here, and only ever reads it back on this thread.
         QThreadPool::globalInstance()->start(
             [self = QPointer<Project>(this), media = media_, id = clip.id, url = clip.url, ticket] {
                 const MediaInfo info = media.probe(url);
                 QMetaObject::invokeMethod(QCoreApplication::instance(), [self, id, info, ticket] {
-                    if (self && self->reads_.value(id) == ticket)
+                    if (!self)
+                        return;
+                    --self->pendingReads_;
+                    if (self->reads_.value(id) == ticket)
                         self->storeInfo(id, info);
+                    self->readingProgressed();
                 });
                 auto image = media.thumbnail ? media.thumbnail(url, info.kind, thumbnailPixels)
                                              : std::nullopt;
@@ -159,6 +167,11 @@ void Project::read(const std::vector<Clip>& clips) {
                                           });
             });
     }
+}
+
+void Project::readingProgressed() {
+    if (!isReading())
+        emit allRead();
 }
 
 void Project::storeInfo(const QUuid& id, const MediaInfo& info) {

@@ -19,6 +19,7 @@ struct ProgramRun {
 
 struct ProgramSetup {
     QString dataHome;              // XDG_DATA_HOME for the run (the saved project's home)
+    QString workingFolder;         // where relative paths start
     std::function<void()> inChild; // runs in the child before it starts (limits, signals)
     int timeoutMs = 300'000;
 
