@@ -41,11 +41,6 @@ public:
              ExportQuality quality);
     ~Exporter();
 
-    const std::vector<Segment>& segments() const { return segments_; }
-    const Layout& layout() const { return layout_; }
-    ExportFormat format() const { return format_; }
-    ExportQuality quality() const { return quality_; }
-
     // Original quality over clips that can be joined without re-encoding. The copy may still
     // turn out inexact once the files are read, and then the export re-encodes.
     bool isPassthrough() const;
