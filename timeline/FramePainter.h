@@ -34,7 +34,8 @@ public:
     };
 
 private:
-    // What configured the scaler last; a change of any field sets it up again.
+    // What configured the scaler last. A change of size, format or flags makes a new scaler; a
+    // change of colorspace or range only sets its coefficients again.
     struct ScalerKey {
         int srcWidth = 0, srcHeight = 0, format = -1, width = 0, height = 0, flags = 0;
         int colorspace = -1, fullRange = -1;
