@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "app/Commands.h"
+#include "app/QtLog.h"
 #include "media/ff/Log.h"
 
 #include <QCoreApplication>
@@ -26,12 +27,10 @@ Without a command, Vimbo opens its window (with the files and folders given adde
 project); when the window is already open, the files go to it.
 
 commands:
-  merge [--shape auto|wide|tall|square|portrait] [--fill fit|fill]
-        [--quality original|high|smaller] [--format mp4|mov] [--photo-duration S]
-        [--sort added|date|name] FILE-OR-FOLDER… -o OUT
-                join the files (folders are searched) into one movie, as the window would
-                with these settings; Ctrl-C stops it and leaves no file behind
-  export [--quality original|high|smaller] [--format mp4|mov] -o OUT
+  merge [OPTIONS] FILE-OR-FOLDER… -o OUT
+                join the files (folders are searched) into one movie, as the window would;
+                Ctrl-C stops it and leaves no file behind (vimbo merge --help: the options)
+  export [OPTIONS] -o OUT
                 export the saved project, with all its edits, as the window would
   probe FILE…   print one line of JSON per file: its path, whether Vimbo takes it in as a
                 clip, and the facts probed from it
@@ -80,6 +79,7 @@ int commandLine(int argc, char** argv) {
     QCoreApplication::setApplicationName(QStringLiteral("Vimbo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VIMBO_VERSION));
     ff::quietLibraryLog();
+    quietQtLog();
 
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();

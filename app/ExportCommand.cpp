@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 #include "app/Commands.h"
 #include "app/ExportRun.h"
+#include "app/Options.h"
 #include "model/Project.h"
 
 #include <cstdio>
@@ -9,21 +10,19 @@ namespace vimbo::app {
 
 // Exports the saved project, restored with all its edits exactly as the window finds it.
 int exportCommand(const QStringList& args) {
-    QStringList rest = args;
-    ExportOptions out;
-    QString error;
-    if (!takeExportOptions(rest, out, error) || !rest.isEmpty()) {
-        if (error.isEmpty())
-            error = QStringLiteral("unexpected %1").arg(rest.join(QLatin1Char(' ')));
-        std::fprintf(stderr,
-                     "vimbo export: %s\nusage: vimbo export [--quality original|high|smaller] "
-                     "[--format mp4|mov] -o OUT\n",
-                     qPrintable(error));
+    const Parsed<ExportOptions> parsed = parseExport(args);
+    if (parsed.help) {
+        std::fputs(qPrintable(exportHelp()), stdout);
+        return exitOk;
+    }
+    if (!parsed.error.isEmpty()) {
+        std::fprintf(stderr, "vimbo export: %s\n%s\n", qPrintable(parsed.error),
+                     qPrintable(exportUsage()));
         return exitUsage;
     }
     Project project(commandLineMedia());
     waitForProbes(project);
-    return exportProject(project, out);
+    return exportProject(project, parsed.options);
 }
 
 } // namespace vimbo::app

@@ -57,6 +57,9 @@ public:
         : terminal_(::isatty(STDERR_FILENO) != 0) {}
 
     void show(double progress, std::optional<double> remaining) {
+        if (progress <= 0)
+            return; // the export has not got going, and may yet fail at once
+        shown_ = true;
         const int percent = static_cast<int>(progress * 100);
         const QString left =
             remaining ? QStringLiteral("  %1 left").arg(TimeText::short_(*remaining)) : QString();
@@ -73,12 +76,13 @@ public:
         std::fflush(stderr);
     }
     void end() {
-        if (terminal_)
+        if (terminal_ && shown_)
             std::fputc('\n', stderr);
     }
 
 private:
     bool terminal_;
+    bool shown_ = false;
     int lastTenth_ = -1;
 };
 
@@ -90,51 +94,11 @@ MediaAccess commandLineMedia() {
 }
 
 void waitForProbes(Project& project) {
+    if (!project.isReading())
+        return;
     QEventLoop loop;
-    const auto allRead = [&project] {
-        for (const Clip& clip : project.clips())
-            if (!project.info().contains(clip.id))
-                return false;
-        return true;
-    };
-    QObject::connect(&project, &Project::infoChanged, &loop, [&] {
-        if (allRead())
-            loop.quit();
-    });
-    if (!allRead())
-        loop.exec();
-}
-
-bool takeExportOptions(QStringList& args, ExportOptions& options, QString& error) {
-    QStringList rest;
-    for (int i = 0; i < args.size(); ++i) {
-        const QString& arg = args[i];
-        const bool valued = arg == QLatin1String("--quality") || arg == QLatin1String("--format") ||
-                            arg == QLatin1String("-o") || arg == QLatin1String("--output");
-        if (!valued) {
-            rest << arg;
-            continue;
-        }
-        if (i + 1 >= args.size()) {
-            error = QStringLiteral("%1 needs a value").arg(arg);
-            return false;
-        }
-        const QString value = args[++i];
-        if (arg == QLatin1String("--quality") && !(options.quality = exportQualityFromRaw(value)))
-            error = QStringLiteral("unknown quality \u201C%1\u201D").arg(value);
-        else if (arg == QLatin1String("--format") && !(options.format = exportFormatFromRaw(value)))
-            error = QStringLiteral("unknown format \u201C%1\u201D").arg(value);
-        else if (arg == QLatin1String("-o") || arg == QLatin1String("--output"))
-            options.output = value;
-        if (!error.isEmpty())
-            return false;
-    }
-    if (options.output.isEmpty()) {
-        error = QStringLiteral("-o OUT is missing");
-        return false;
-    }
-    args = rest;
-    return true;
+    QObject::connect(&project, &Project::allRead, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 int exportProject(const Project& project, const ExportOptions& options) {

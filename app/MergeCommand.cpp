@@ -1,102 +1,110 @@
 #include "app/CommandLine.h"
 #include "app/Commands.h"
 #include "app/ExportRun.h"
+#include "app/Options.h"
+#include "media/MediaProbe.h"
 #include "model/Project.h"
+#include "model/VimboError.h"
 
+#include <QDir>
 #include <QFileInfo>
+#include <QHash>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace vimbo::app {
 namespace {
 
-const char* const mergeUsage =
-    "usage: vimbo merge [--shape auto|wide|tall|square|portrait] [--fill fit|fill]\n"
-    "                   [--quality original|high|smaller] [--format mp4|mov]\n"
-    "                   [--photo-duration S] [--sort added|date|name] FILE-OR-FOLDER… -o OUT";
+// Why an input given on the command line adds no clip at all.
+QString whyNothing(const QFileInfo& input) {
+    if (!input.exists())
+        return QStringLiteral("not found");
+    if (input.isDir())
+        return QStringLiteral("no photos or videos in it");
+    return QStringLiteral("not a photo or video");
+}
 
-struct MergeOptions {
-    Layout layout;
-    std::optional<double> photoDuration;
-    std::optional<SortOrder> sort;
-    QList<QUrl> files;
+// Why a clip takes no part in the movie, once probed; empty when it does.
+QString whyLeftOut(MediaKind kind) {
+    switch (kind) {
+    case MediaKind::unsupported:
+        return QStringLiteral("a format Vimbo can\u2019t read");
+    case MediaKind::missing:
+        return QStringLiteral("not found");
+    case MediaKind::video:
+    case MediaKind::photo:
+        break;
+    }
+    return {};
+}
+
+// A file as the user named it: the input itself, or its path under the folder given.
+struct Named {
+    int input = 0; // index among the inputs
+    QString name;
 };
 
-template <typename T, std::size_t N>
-std::optional<T> pick(const QString& value, const std::array<const char*, N>& names,
-                      const std::array<T, N>& values) {
-    for (std::size_t i = 0; i < N; ++i)
-        if (value == QLatin1String(names[i]))
-            return values[i];
-    return std::nullopt;
-}
-
-// One option and its value; false with `error` set when the value is not one it takes.
-bool takeOption(const QString& name, const QString& value, MergeOptions& o, QString& error) {
-    bool ok = true;
-    if (name == QLatin1String("--shape")) {
-        const auto shape = pick<FrameShape, 5>(
-            value, {"auto", "wide", "tall", "square", "portrait"}, allFrameShapes);
-        ok = shape.has_value();
-        o.layout.shape = shape.value_or(FrameShape::auto_);
-    } else if (name == QLatin1String("--fill")) {
-        const auto fill = pick<FillMode, 2>(value, {"fit", "fill"}, allFillModes);
-        ok = fill.has_value();
-        o.layout.fill = fill.value_or(FillMode::fit);
-    } else if (name == QLatin1String("--sort")) {
-        o.sort =
-            pick<SortOrder, 3>(value, {"added", "date", "name"},
-                               {SortOrder::orderAdded, SortOrder::dateTaken, SortOrder::fileName});
-        ok = o.sort.has_value();
-    } else if (name == QLatin1String("--photo-duration")) {
-        const double seconds = value.toDouble(&ok);
-        ok = ok && seconds > 0 && seconds < 24 * 3600;
-        o.photoDuration = seconds;
-    } else {
-        error = QStringLiteral("unknown option %1").arg(name);
-        return false;
-    }
-    if (!ok)
-        error = QStringLiteral("%1 does not take \u201C%2\u201D").arg(name, value);
-    return ok;
-}
-
-bool parse(QStringList args, MergeOptions& merge, ExportOptions& out, QString& error) {
-    if (!takeExportOptions(args, out, error))
-        return false;
-    for (int i = 0; i < args.size(); ++i) {
-        const QString& arg = args[i];
-        if (!arg.startsWith(QLatin1String("--"))) {
-            merge.files << QUrl::fromLocalFile(QFileInfo(arg).absoluteFilePath());
-            continue;
-        }
-        if (i + 1 >= args.size()) {
-            error = QStringLiteral("%1 needs a value").arg(arg);
-            return false;
-        }
-        if (!takeOption(arg, args[++i], merge, error))
-            return false;
-    }
-    if (merge.files.isEmpty())
-        error = QStringLiteral("no files to merge");
-    return error.isEmpty();
-}
+struct Skipped {
+    int input = 0;
+    QString line;
+};
 
 } // namespace
 
 // Builds a scratch project from the files as the window would (add, read every clip, sort,
-// photo times, layout) and exports it through the same controller the window uses.
+// photo times, layout) and exports it through the same controller the window uses. Every
+// input that adds nothing to the movie is named with the reason, in the order given; only when
+// nothing is left does the merge fail.
 int mergeCommand(const QStringList& args) {
-    MergeOptions merge;
-    ExportOptions out;
-    QString error;
-    if (!parse(args, merge, out, error)) {
-        std::fprintf(stderr, "vimbo merge: %s\n%s\n", qPrintable(error), mergeUsage);
+    const Parsed<MergeOptions> parsed = parseMerge(args);
+    if (parsed.help) {
+        std::fputs(qPrintable(mergeHelp()), stdout);
+        return exitOk;
+    }
+    if (!parsed.error.isEmpty()) {
+        std::fprintf(stderr, "vimbo merge: %s\n%s\n", qPrintable(parsed.error),
+                     qPrintable(mergeUsage()));
         return exitUsage;
     }
+    const MergeOptions& merge = parsed.options;
+
+    std::vector<Skipped> skipped;
+    QHash<QString, Named> names; // by absolute path
+    QList<QUrl> files;
+    for (int i = 0; i < merge.inputs.size(); ++i) {
+        const QString& input = merge.inputs[i];
+        const QFileInfo info(input);
+        const QList<QUrl> found =
+            Project::expand({QUrl::fromLocalFile(info.absoluteFilePath())}, MediaProbe::isMedia);
+        if (found.isEmpty())
+            skipped.push_back({i, QStringLiteral("%1: %2").arg(input, whyNothing(info))});
+        const QDir folder(info.absoluteFilePath());
+        for (const QUrl& file : found)
+            names.insert(file.toLocalFile(),
+                         {i, info.isDir()
+                                 ? QDir(input).filePath(folder.relativeFilePath(file.toLocalFile()))
+                                 : input});
+        files += found;
+    }
+
     Project project(commandLineMedia(), std::nullopt);
-    project.add(merge.files);
+    project.add(files);
     waitForProbes(project);
+    for (const Clip& clip : project.clips())
+        if (const QString why = whyLeftOut(project.info().value(clip.id).kind); !why.isEmpty()) {
+            const Named named = names.value(clip.url.toLocalFile());
+            skipped.push_back({named.input, QStringLiteral("%1: %2").arg(named.name, why)});
+        }
+    std::stable_sort(skipped.begin(), skipped.end(),
+                     [](const Skipped& a, const Skipped& b) { return a.input < b.input; });
+    for (const Skipped& s : skipped)
+        std::fprintf(stderr, "Skipped %s\n", qPrintable(s.line));
+    if (project.usable().empty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(VimboError::nothingToMerge().errorDescription()));
+        return exitFailed;
+    }
+
     if (merge.sort)
         project.sort(*merge.sort);
     QSet<QUuid> everyClip;
@@ -108,7 +116,7 @@ int mergeCommand(const QStringList& args) {
                 edits.photoDuration = *merge.photoDuration;
         });
     project.setLayout(merge.layout, "Layout");
-    return exportProject(project, out);
+    return exportProject(project, merge.out);
 }
 
 } // namespace vimbo::app

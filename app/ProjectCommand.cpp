@@ -53,6 +53,7 @@ int projectCommand(const QStringList& args) {
     std::vector<Clip> clips;
     for (const Clip& clip : saved->clips)
         clips.push_back(store.restored(clip));
+    clips = SessionStore::located(std::move(clips));
     const QList<MediaInfo> infos =
         QtConcurrent::blockingMapped(QList<Clip>(clips.begin(), clips.end()),
                                      [](const Clip& clip) { return MediaProbe::probe(clip.url); });

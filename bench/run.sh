@@ -9,8 +9,9 @@ build="$here/build/bench"
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DVIMBO_TESTS=OFF \
   -DVIMBO_BENCH=ON >/dev/null
 cmake --build "$build" -j "${JOBS:-2}" >&2
+# Only the programs: the build also leaves folders of generated sources (…_autogen) here.
 for bench in "$build"/bench/vimbo_bench_*; do
-  [[ -x $bench ]] || continue
+  [[ -f $bench && -x $bench ]] || continue
   echo "== ${bench##*/}"
   "$bench" "$@"
 done

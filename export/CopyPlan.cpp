@@ -230,40 +230,6 @@ std::optional<AudioPlan> planAudio(const std::vector<CopyClip>& clips, const Cop
 
 } // namespace
 
-const char* refusalText(CopyRefusal refusal) {
-    switch (refusal) {
-    case CopyRefusal::none:
-        return "none";
-    case CopyRefusal::noClips:
-        return "no clips";
-    case CopyRefusal::codecDiffers:
-        return "video codecs or sizes differ";
-    case CopyRefusal::parameterSetsDiffer:
-        return "parameter sets differ";
-    case CopyRefusal::timeBase:
-        return "time bases cannot be joined exactly";
-    case CopyRefusal::trimStartNotKey:
-        return "trim start is not on a key frame";
-    case CopyRefusal::trimStartBetweenFrames:
-        return "trim start is between frames";
-    case CopyRefusal::trimEndBetweenFrames:
-        return "trim end is between frames";
-    case CopyRefusal::trimEndCutsReferences:
-        return "trim end drops a frame that kept frames reference";
-    case CopyRefusal::joinOrder:
-        return "decoding order breaks at a join";
-    case CopyRefusal::audioCodec:
-        return "sound is not AAC-LC";
-    case CopyRefusal::audioFormatsDiffer:
-        return "sound formats differ";
-    case CopyRefusal::audioNotContiguous:
-        return "sound has gaps";
-    case CopyRefusal::silenceUnavailable:
-        return "no matching silence for the gaps in the sound";
-    }
-    return "?";
-}
-
 PlanResult planCopy(const std::vector<CopyClip>& clips) {
     if (clips.empty())
         return {std::nullopt, CopyRefusal::noClips, -1};

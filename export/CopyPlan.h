@@ -79,8 +79,6 @@ enum class CopyRefusal {
     silenceUnavailable, // no AAC silence that decodes under the clips' configuration
 };
 
-const char* refusalText(CopyRefusal refusal);
-
 // Which video packets of a clip are kept, and where they land.
 struct VideoCut {
     std::int64_t firstPacket = 0; // decoding-order indices, end exclusive

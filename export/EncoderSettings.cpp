@@ -2,20 +2,6 @@
 
 namespace vimbo {
 
-QString presetName(Preset preset) {
-    switch (preset) {
-    case Preset::passthrough:
-        return QStringLiteral("Passthrough");
-    case Preset::highestQuality:
-        return QStringLiteral("HighestQuality");
-    case Preset::hevcHighestQuality:
-        return QStringLiteral("HEVCHighestQuality");
-    case Preset::hevc1920x1080:
-        return QStringLiteral("HEVC1920x1080");
-    }
-    return {};
-}
-
 Preset reencodingPreset(ExportQuality quality, const std::vector<Segment>& segments) {
     switch (quality) {
     case ExportQuality::original:

@@ -21,8 +21,6 @@ enum class Preset {
     hevc1920x1080,      // HEVC, at most 1920 on the long edge, sized for sharing
 };
 
-QString presetName(Preset preset);
-
 // The re-encoding preset for a quality and the clips in the movie: HEVC sources and HDR
 // sources keep HEVC at original quality.
 Preset reencodingPreset(ExportQuality quality, const std::vector<Segment>& segments);

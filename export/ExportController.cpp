@@ -3,6 +3,7 @@
 #include "export/ExportFailure.h"
 #include "export/Exporter.h"
 
+#include <QFileInfo>
 #include <QMetaObject>
 
 namespace vimbo {
@@ -14,9 +15,8 @@ ExportController::ExportController(QObject* parent)
 }
 
 ExportController::~ExportController() {
-    for (const auto& weak : running_)
-        if (auto exporter = weak.lock())
-            exporter->cancel();
+    for (const Run& run : runs_)
+        run.exporter->cancel();
     pool_.waitForDone();
 }
 
@@ -35,19 +35,33 @@ void ExportController::setState(const State& state) {
 
 void ExportController::start(const std::vector<Segment>& segments, const Layout& layout,
                              ExportFormat format, ExportQuality quality, const QUrl& to) {
+    const std::uint64_t generation = ++generations_;
+    current_ = generation;
+    std::erase_if(runs_, [](const Run& run) {
+        return run.ended.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+    // Exports to the same file stop (removing what they wrote) before this one writes there.
+    const QString destination = QFileInfo(to.toLocalFile()).absoluteFilePath();
+    std::vector<std::shared_future<void>> predecessors;
+    for (const Run& run : runs_)
+        if (run.destination == destination) {
+            run.exporter->cancel();
+            predecessors.push_back(run.ended);
+        }
     auto exporter = std::make_shared<Exporter>(segments, layout, format, quality);
-    exporter_ = exporter;
-    std::erase_if(running_, [](const auto& weak) { return weak.expired(); });
-    running_.push_back(exporter);
+    auto end = std::make_shared<std::promise<void>>();
+    runs_.push_back({generation, destination, exporter, end->get_future().share()});
     setState(State::running(0, std::nullopt));
     started_ = std::chrono::steady_clock::now();
-    const Exporter* id = exporter.get();
-    pool_.start([this, exporter, id, to] {
+    pool_.start([this, exporter, generation, to, predecessors, end] {
+        // The pool starts tasks in order, so every predecessor is already running.
+        for (const auto& predecessor : predecessors)
+            predecessor.wait();
         // Every report and the outcome cross to the interface thread as their own queued call,
         // in the order they were made.
-        const auto report = [this, id](double p) {
+        const auto report = [this, generation](double p) {
             QMetaObject::invokeMethod(
-                this, [this, id, p] { progressed(id, p); }, Qt::QueuedConnection);
+                this, [this, generation, p] { progressed(generation, p); }, Qt::QueuedConnection);
         };
         State outcome;
         try {
@@ -57,31 +71,34 @@ void ExportController::start(const std::vector<Segment>& segments, const Layout&
             outcome = State::idle();
         } catch (const VimboError& error) {
             outcome = State::failed(error.errorDescription());
-        } catch (const std::exception&) {
+        } catch (...) {
             outcome = State::failed(ExportFailure::failed().errorDescription());
         }
         QMetaObject::invokeMethod(
-            this, [this, id, outcome] { finished(id, outcome); }, Qt::QueuedConnection);
+            this, [this, generation, outcome] { finished(generation, outcome); },
+            Qt::QueuedConnection);
+        end->set_value();
     });
 }
 
 void ExportController::cancel() {
-    if (exporter_)
-        exporter_->cancel();
-    exporter_.reset();
+    for (const Run& run : runs_)
+        if (run.generation == current_)
+            run.exporter->cancel();
+    current_ = 0;
     setState(State::idle());
 }
 
-void ExportController::progressed(const Exporter* exporter, double progress) {
-    if (exporter != exporter_.get() || state_.kind != State::Kind::running)
+void ExportController::progressed(std::uint64_t generation, double progress) {
+    if (generation != current_ || state_.kind != State::Kind::running)
         return;
     const double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
     setState(State::running(progress, remainingTime(progress, elapsed)));
 }
 
-void ExportController::finished(const Exporter* exporter, const State& outcome) {
-    if (exporter != exporter_.get())
+void ExportController::finished(std::uint64_t generation, const State& outcome) {
+    if (generation != current_)
         return;
     setState(outcome);
 }

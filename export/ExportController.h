@@ -2,9 +2,11 @@
 
 // The one holder of which export is under way and how far it has come. Lives on the interface
 // thread; every read and write of its state happens there. An export runs on a background
-// thread; its progress reports and its outcome come back as queued calls, and only those of the
-// current exporter change the state: an export that was cancelled or replaced by a newer one
-// runs down quietly.
+// thread; its progress reports and its outcome come back as queued calls tagged with the
+// export's generation number, and only those of the current generation change the state: an
+// export that was cancelled or replaced by a newer one runs down quietly. A replaced export
+// that writes to the same file as the new one is cancelled, and the new one starts writing
+// only once it has ended, so the two never share the file.
 
 #include "export/ExportChoices.h"
 #include "model/Layout.h"
@@ -15,6 +17,8 @@
 #include <QUrl>
 
 #include <chrono>
+#include <cstdint>
+#include <future>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -65,14 +69,23 @@ signals:
     void stateChanged();
 
 private:
+    // An export that may still be running.
+    struct Run {
+        std::uint64_t generation;
+        QString destination;
+        std::shared_ptr<Exporter> exporter;
+        std::shared_future<void> ended;
+    };
+
     void setState(const State& state);
-    void progressed(const Exporter* exporter, double progress);
-    void finished(const Exporter* exporter, const State& outcome);
+    void progressed(std::uint64_t generation, double progress);
+    void finished(std::uint64_t generation, const State& outcome);
 
     State state_;
-    std::shared_ptr<Exporter> exporter_;
+    std::uint64_t generations_ = 0; // the last one handed out
+    std::uint64_t current_ = 0;     // the generation whose reports count; 0 for none
     std::chrono::steady_clock::time_point started_;
-    std::vector<std::weak_ptr<Exporter>> running_;
+    std::vector<Run> runs_;
     QThreadPool pool_;
 };
 

@@ -51,11 +51,6 @@ double Exporter::duration() const {
                            [](double sum, const Segment& s) { return sum + s.duration(); });
 }
 
-std::optional<Preset> Exporter::chosenPreset() const {
-    std::lock_guard lock(lock_);
-    return chosen_;
-}
-
 Exporter::Plan Exporter::prepare() {
     Plan plan;
     const auto build = [&](std::optional<double> maxLongEdge, bool passthrough) {
@@ -87,7 +82,6 @@ void Exporter::export_(const QString& destination, const Progress& progress) {
         // Either cancel() came first and nothing starts, or the job starts and sees the flag.
         if (cancelled_)
             throw Cancelled();
-        chosen_ = plan.preset;
     }
     try {
         run(plan, destination, progress);

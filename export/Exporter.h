@@ -41,11 +41,6 @@ public:
              ExportQuality quality);
     ~Exporter();
 
-    const std::vector<Segment>& segments() const { return segments_; }
-    const Layout& layout() const { return layout_; }
-    ExportFormat format() const { return format_; }
-    ExportQuality quality() const { return quality_; }
-
     // Original quality over clips whose probed facts allow joining without re-encoding. The
     // copy may still turn out inexact once the packets are read (decideCopy), and then the
     // export re-encodes.
@@ -54,8 +49,6 @@ public:
     double duration() const;
     // The preset a re-encode uses.
     Preset preset() const { return reencodingPreset(quality_, segments_); }
-    // The preset the export chose once it got that far (passthrough when it copied).
-    std::optional<Preset> chosenPreset() const;
 
     void export_(const QString& destination, const Progress& progress);
     void cancel();
@@ -70,10 +63,8 @@ private:
     ExportFormat format_;
     ExportQuality quality_;
 
-    mutable std::mutex lock_;
-    bool started_ = false;         // guarded by lock_
-    bool cancelled_ = false;       // guarded by lock_
-    std::optional<Preset> chosen_; // guarded by lock_
+    std::mutex lock_;
+    bool cancelled_ = false; // guarded by lock_
     const std::shared_ptr<CancelFlag> cancel_ = std::make_shared<CancelFlag>();
     std::atomic<double> fraction_{0};
 };

@@ -2,6 +2,7 @@
 
 #include "export/BoundedQueue.h"
 #include "export/Encoder.h"
+#include "export/ExportFailure.h"
 #include "export/MovieWriter.h"
 #include "timeline/AudioRenderer.h"
 #include "timeline/VideoRenderer.h"
@@ -19,18 +20,19 @@ constexpr std::size_t framesAhead = 6;
 // AAC packets ahead of the muxer (about three seconds).
 constexpr std::size_t packetsAhead = 150;
 
-// Runs a stage on its own thread; its first exception is kept for the calling thread.
+// Runs a stage on its own thread; its first exception is kept for the calling thread, and
+// `onEnd` learns whether it failed.
 class Stage {
 public:
     template <typename Work>
-    Stage(Work work, std::function<void()> onEnd) {
+    Stage(Work work, std::function<void(bool failed)> onEnd) {
         thread_ = std::thread([this, work = std::move(work), onEnd = std::move(onEnd)] {
             try {
                 work();
             } catch (...) {
                 error_ = std::current_exception();
             }
-            onEnd();
+            onEnd(error_ != nullptr);
         });
     }
     Stage(const Stage&) = delete;
@@ -41,7 +43,11 @@ public:
         if (thread_.joinable())
             thread_.join();
     }
-    std::exception_ptr error() const { return error_; }
+    // After join().
+    void rethrowFailure() const {
+        if (error_)
+            std::rethrow_exception(error_);
+    }
 
 private:
     std::thread thread_;
@@ -89,16 +95,20 @@ private:
 };
 
 void Pipeline::run(const std::function<void(double)>& progressed) {
-    Stage videoStage([this] { renderVideo(); }, [this] { frames_.close(); });
-    std::optional<Stage> audioStage;
-    if (audioEncoder_)
-        audioStage.emplace([this] { encodeAudio(); }, [this] { sound_.close(); });
-    else
-        soundEnded_ = true;
-    const auto closeAll = [&] {
+    const auto closeAll = [this] {
         frames_.close();
         sound_.close();
     };
+    // A failed stage closes both queues, so the other stages stop at once rather than at the
+    // end of the movie.
+    Stage videoStage([this] { renderVideo(); },
+                     [this, closeAll](bool failed) { failed ? closeAll() : frames_.close(); });
+    std::optional<Stage> audioStage;
+    if (audioEncoder_)
+        audioStage.emplace([this] { encodeAudio(); },
+                           [this, closeAll](bool failed) { failed ? closeAll() : sound_.close(); });
+    else
+        soundEnded_ = true;
     try {
         const auto sink = [this](AVPacket* p) { writeVideo(p); };
         std::int64_t written = 0;
@@ -109,14 +119,22 @@ void Pipeline::run(const std::function<void(double)>& progressed) {
                        static_cast<double>(std::max<std::int64_t>(1, video_.frameCount())));
         }
         videoStage.join();
-        if (videoStage.error())
-            std::rethrow_exception(videoStage.error());
+        videoStage.rethrowFailure();
+        if (written < video_.frameCount()) {
+            // The frames stopped early without a failure of their own: the sound stage failed,
+            // or a frame never came. Either way the movie would be short.
+            closeAll();
+            if (audioStage) {
+                audioStage->join();
+                audioStage->rethrowFailure();
+            }
+            throw ExportFailure::failed();
+        }
         videoEncoder_.encode(nullptr, sink);
         writeAudioUntil(std::nullopt);
         if (audioStage) {
             audioStage->join();
-            if (audioStage->error())
-                std::rethrow_exception(audioStage->error());
+            audioStage->rethrowFailure();
         }
     } catch (...) {
         closeAll();
@@ -128,7 +146,9 @@ void Pipeline::renderVideo() {
     for (std::int64_t n = 0; n < video_.frameCount(); ++n) {
         ff::FramePtr frame = video_.render(n);
         cancel_->throwIfCancelled();
-        if (!frame || !frames_.push(std::move(frame)))
+        if (!frame)
+            throw ExportFailure::failed(); // a movie with a frame left out would be short
+        if (!frames_.push(std::move(frame)))
             return;
     }
 }

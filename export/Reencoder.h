@@ -7,7 +7,8 @@
 // renders video frames (decoding and compositing), one renders and encodes the sound, and the
 // calling thread encodes video (x264/x265 add threads of their own) and writes the file. The
 // queues are short, so memory stays flat however long the movie is. A raised cancel flag or a
-// failure in any stage closes every queue, and the calling thread rethrows it.
+// failure in any stage closes every queue at once, and the calling thread rethrows it; a frame
+// that never comes fails the export too, so a movie is never shorter than its timeline.
 
 #include "export/EncoderSettings.h"
 #include "export/ExportChoices.h"

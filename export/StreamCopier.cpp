@@ -57,7 +57,7 @@ private:
     std::int64_t videoIndex_ = 0;
     std::int64_t audioIndex_ = 0;
     std::int64_t nextSlot_ = 0;
-    std::int64_t lastVideoTime_ = 0; // output time base
+    std::int64_t lastVideoTime_ = 0; // the plan's video time base
 };
 
 void ClipCopy::run(const std::function<void(double)>& progressed) {
@@ -96,8 +96,10 @@ void ClipCopy::copyVideo(AVPacket* packet) {
     packet->stream_index = video_->index;
     packet->time_base = job_.plan.videoTimeBase;
     packet->pos = -1;
-    av_packet_rescale_ts(packet, job_.plan.videoTimeBase, video_->time_base);
+    // Taken before the muxer's time base replaces the plan's: a 1/600 source is written at
+    // 1/19200, and progress and interleaving count in the plan's units.
     lastVideoTime_ = std::max(lastVideoTime_, packet->dts < 0 ? 0 : packet->dts);
+    av_packet_rescale_ts(packet, job_.plan.videoTimeBase, video_->time_base);
     writer_.write(packet);
     // Keep the sound no further behind the picture than the muxer's interleaving needs.
     if (audioCut_) {

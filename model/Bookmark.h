@@ -8,6 +8,7 @@
 #include <QUrl>
 
 #include <optional>
+#include <vector>
 
 namespace vimbo::Bookmark {
 
@@ -19,9 +20,11 @@ struct Resolved {
     bool stale = false; // the file was found elsewhere or replaced: make a fresh bookmark
 };
 
-// Where the bookmarked file is now. A file still at its path is taken as it is; a file that
-// is gone from its path is looked for by its inode in the folders around its old place.
-// Absent when the bookmark is damaged or the file cannot be found.
-std::optional<Resolved> resolve(const QByteArray& bookmark);
+// Where each bookmarked file is now, in the order given. A file still at its path is taken as
+// it is; the files gone from their paths are looked for by their inodes in one search of the
+// folders around their old places, however many they are. Absent where the bookmark is damaged
+// or the file is not found. Reads the disk and may search thousands of entries: call it off the
+// interface thread.
+std::vector<std::optional<Resolved>> resolve(const std::vector<QByteArray>& bookmarks);
 
 } // namespace vimbo::Bookmark

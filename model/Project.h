@@ -41,8 +41,10 @@ public:
     // The size of filmstrip thumbnails, in pixels on the long side.
     static constexpr int thumbnailPixels = 320;
 
-    // Restores the saved project from `store` and starts reading its clips. Without a store
-    // the project is a scratch one (the command line's merge): nothing is read or saved.
+    // Restores the saved project from `store` and starts reading its clips. Clips whose files
+    // moved are found again in the background and then change their place (clipsChanged).
+    // Without a store the project is a scratch one (the command line's merge): nothing is read
+    // or saved.
     explicit Project(MediaAccess media, std::optional<SessionStore> store = SessionStore(),
                      QObject* parent = nullptr);
     ~Project() override;
@@ -112,13 +114,15 @@ public:
     void observeUndo(QUndoStack* undoManager);
     QUndoStack* undoManager() const { return history_.stack(); }
 
-    // Persistence. save() encodes the project at once and writes it on a worker thread;
-    // saveNow() also waits for the file to be on disk (at quit). Destroying the project waits
-    // for the last write.
+    // Persistence. save() hands a copy of the project to the writer thread, which encodes and
+    // writes it; saveNow() also waits for the file to be on disk (at quit). Destroying the
+    // project waits for the last write.
     void scheduleSave();
     void save();
     void saveNow();
     void read(const std::vector<Clip>& clips);
+    // Whether probes are still under way, or restored clips' moved files still looked for.
+    bool isReading() const { return locating_ || pendingReads_ > 0; }
 
 signals:
     void clipsChanged();
@@ -130,9 +134,18 @@ signals:
     void showExportChanged();
     void canUndoChanged();
     void canRedoChanged();
+    // isReading() has become false: every clip's facts are in.
+    void allRead();
 
 private:
     void restore();
+    // Follows the restored clips' bookmarks on a worker thread, then updates the clips whose
+    // files moved (and probes them again) or whose bookmarks were renewed.
+    void locate();
+    void foundAgain(const std::vector<Clip>& found);
+    // Puts the places found since the start into these clips.
+    void followMoves(std::vector<Clip>& clips) const;
+    void readingProgressed();
     void setClips(std::vector<Clip> clips);
     void assignLayout(const Layout& layout);
     void setSelection(QSet<QUuid> selection);
@@ -165,6 +178,11 @@ private:
     std::optional<QUuid> anchor_;
     std::optional<Snapshot> gestureStart_;
     bool restoring_ = false;
+    // Where restored clips' files were found again, with their renewed bookmarks.
+    QHash<QUuid, std::pair<QUrl, std::optional<QByteArray>>> foundAgain_;
+    QHash<QUuid, std::uint64_t> reads_; // the newest read of each clip
+    int pendingReads_ = 0;
+    bool locating_ = false;
 };
 
 } // namespace vimbo

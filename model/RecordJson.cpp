@@ -58,19 +58,6 @@ QJsonArray transformJson(const AffineTransform& t) {
     return {t.a, t.b, t.c, t.d, t.tx, t.ty};
 }
 
-Size sizeFrom(const QJsonArray& a) {
-    if (a.size() != 2)
-        throw json::Invalid{};
-    return {json::number(a[0]), json::number(a[1])};
-}
-
-AffineTransform transformFrom(const QJsonArray& a) {
-    if (a.size() != 6)
-        throw json::Invalid{};
-    return {json::number(a[0]), json::number(a[1]), json::number(a[2]),
-            json::number(a[3]), json::number(a[4]), json::number(a[5])};
-}
-
 QUuid uuidFrom(const QString& text) {
     static const QRegularExpression form(QStringLiteral(
         "^[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12}$"));
@@ -132,23 +119,6 @@ Clip decodeClip(const QJsonValue& value) {
     return clip;
 }
 
-MediaInfo decodeInfo(const QJsonValue& value) {
-    const json::Reader r(value);
-    MediaInfo info(enumFrom(mediaKindFromText(r.string(QStringLiteral("kind")))));
-    info.size = sizeFrom(r.array(QStringLiteral("size")));
-    info.duration = r.number(QStringLiteral("duration"));
-    if (r.has(QStringLiteral("dateTaken")))
-        info.dateTaken = dateFromReferenceSeconds(r.number(QStringLiteral("dateTaken")));
-    info.frameRate = static_cast<float>(r.number(QStringLiteral("frameRate")));
-    info.hasAudio = r.boolean(QStringLiteral("hasAudio"));
-    info.isHDR = r.boolean(QStringLiteral("isHDR"));
-    info.codec = r.string(QStringLiteral("codec"));
-    info.audioFormat = r.string(QStringLiteral("audioFormat"));
-    info.naturalSize = sizeFrom(r.array(QStringLiteral("naturalSize")));
-    info.transform = transformFrom(r.array(QStringLiteral("transform")));
-    return info;
-}
-
 } // namespace
 
 QString mediaKindText(MediaKind kind) {
@@ -160,9 +130,6 @@ QString frameShapeText(FrameShape shape) {
 QString fillModeText(FillMode fill) {
     return toText(fillNames, fill);
 }
-std::optional<MediaKind> mediaKindFromText(const QString& text) {
-    return fromText(kindNames, text);
-}
 std::optional<FrameShape> frameShapeFromText(const QString& text) {
     return fromText(shapeNames, text);
 }
@@ -172,11 +139,6 @@ std::optional<FillMode> fillModeFromText(const QString& text) {
 
 double secondsSinceReferenceDate(const QDateTime& date) {
     return static_cast<double>(date.toMSecsSinceEpoch()) / 1000.0 - referenceDateOffset;
-}
-
-QDateTime dateFromReferenceSeconds(double seconds) {
-    const double ms = std::round((seconds + referenceDateOffset) * 1000.0);
-    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(ms), Qt::UTC);
 }
 
 QJsonObject toJson(const ClipEdits& e) {
@@ -226,19 +188,12 @@ QJsonObject toJson(const MediaInfo& info) {
     return o;
 }
 
-std::optional<ClipEdits> clipEditsFromJson(const QJsonValue& value) {
-    return json::decodeOrNull([&] { return decodeEdits(value); });
-}
 std::optional<Clip> clipFromJson(const QJsonValue& value) {
     return json::decodeOrNull([&] { return decodeClip(value); });
 }
 std::optional<Layout> layoutFromJson(const QJsonValue& value) {
     return json::decodeOrNull([&] { return decodeLayout(value); });
 }
-std::optional<MediaInfo> mediaInfoFromJson(const QJsonValue& value) {
-    return json::decodeOrNull([&] { return decodeInfo(value); });
-}
-
 QByteArray compactJson(const QJsonObject& object) {
     // A slash can only occur inside a string in JSON text, so escaping it everywhere is exact.
     QByteArray bytes = QJsonDocument(object).toJson(QJsonDocument::Compact);
@@ -246,6 +201,28 @@ QByteArray compactJson(const QJsonObject& object) {
 }
 
 namespace json {
+namespace {
+
+double numberIn(const QJsonValue& value) {
+    if (!value.isDouble())
+        throw Invalid{};
+    return value.toDouble();
+}
+
+std::int64_t integerIn(const QJsonValue& value) {
+    if (!value.isDouble())
+        throw Invalid{};
+    // Qt keeps integral JSON numbers exactly; anything with a fraction is not an integer.
+    const QVariant v = value.toVariant();
+    if (v.typeId() == QMetaType::LongLong)
+        return v.toLongLong();
+    const double d = value.toDouble();
+    if (d != std::trunc(d) || std::abs(d) > 9.007199254740992e15)
+        throw Invalid{};
+    return static_cast<std::int64_t>(d);
+}
+
+} // namespace
 
 Reader::Reader(const QJsonValue& value) {
     if (!value.isObject())
@@ -261,11 +238,11 @@ QJsonValue Reader::value(const QString& key) const {
 }
 
 double Reader::number(const QString& key) const {
-    return json::number(value(key));
+    return numberIn(value(key));
 }
 
 std::int64_t Reader::integer(const QString& key) const {
-    return json::integer(value(key));
+    return integerIn(value(key));
 }
 
 bool Reader::boolean(const QString& key) const {
@@ -282,37 +259,11 @@ QString Reader::string(const QString& key) const {
     return v.toString();
 }
 
-QJsonObject Reader::object(const QString& key) const {
-    const QJsonValue v = value(key);
-    if (!v.isObject())
-        throw Invalid{};
-    return v.toObject();
-}
-
 QJsonArray Reader::array(const QString& key) const {
     const QJsonValue v = value(key);
     if (!v.isArray())
         throw Invalid{};
     return v.toArray();
-}
-
-double number(const QJsonValue& value) {
-    if (!value.isDouble())
-        throw Invalid{};
-    return value.toDouble();
-}
-
-std::int64_t integer(const QJsonValue& value) {
-    if (!value.isDouble())
-        throw Invalid{};
-    // Qt keeps integral JSON numbers exactly; anything with a fraction is not an integer.
-    const QVariant v = value.toVariant();
-    if (v.typeId() == QMetaType::LongLong)
-        return v.toLongLong();
-    const double d = value.toDouble();
-    if (d != std::trunc(d) || std::abs(d) > 9.007199254740992e15)
-        throw Invalid{};
-    return static_cast<std::int64_t>(d);
 }
 
 } // namespace json

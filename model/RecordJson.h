@@ -19,7 +19,6 @@ namespace vimbo {
 QString mediaKindText(MediaKind kind);
 QString frameShapeText(FrameShape shape);
 QString fillModeText(FillMode fill);
-std::optional<MediaKind> mediaKindFromText(const QString& text);
 std::optional<FrameShape> frameShapeFromText(const QString& text);
 std::optional<FillMode> fillModeFromText(const QString& text);
 
@@ -28,14 +27,12 @@ QJsonObject toJson(const Clip& clip);
 QJsonObject toJson(const Layout& layout);
 QJsonObject toJson(const MediaInfo& info);
 
-std::optional<ClipEdits> clipEditsFromJson(const QJsonValue& value);
+// The saved project's records; what `vimbo probe` writes is never read back.
 std::optional<Clip> clipFromJson(const QJsonValue& value);
 std::optional<Layout> layoutFromJson(const QJsonValue& value);
-std::optional<MediaInfo> mediaInfoFromJson(const QJsonValue& value);
 
 // Dates travel as seconds since 2001-01-01 00:00:00 UTC.
 double secondsSinceReferenceDate(const QDateTime& date);
-QDateTime dateFromReferenceSeconds(double seconds);
 
 // Compact UTF-8 JSON with every slash written as \/, the form the saved project has always had.
 QByteArray compactJson(const QJsonObject& object);
@@ -56,15 +53,11 @@ public:
     std::int64_t integer(const QString& key) const;
     bool boolean(const QString& key) const;
     QString string(const QString& key) const;
-    QJsonObject object(const QString& key) const;
     QJsonArray array(const QString& key) const;
 
 private:
     QJsonObject object_;
 };
-
-double number(const QJsonValue& value);
-std::int64_t integer(const QJsonValue& value);
 
 // Runs a decoder that throws Invalid and turns the throw into nullopt.
 template <typename F>

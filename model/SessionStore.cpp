@@ -1,7 +1,6 @@
 #include "model/SessionStore.h"
 
 #include "model/Bookmark.h"
-#include "model/JsonWriter.h"
 #include "model/RecordJson.h"
 
 #include <QDir>
@@ -28,68 +27,17 @@ QString importFolderName(const QUrl& url) {
 
 } // namespace
 
-namespace {
-
-void write(JsonWriter& w, const ClipEdits& e) {
-    w.beginObject();
-    w.key("trimStart");
-    w.number(e.trimStart);
-    w.key("trimEnd");
-    w.number(e.trimEnd);
-    w.key("speed");
-    w.number(e.speed);
-    w.key("muted");
-    w.boolean(e.muted);
-    w.key("quarterTurns");
-    w.integer(e.quarterTurns);
-    w.key("photoDuration");
-    w.number(e.photoDuration);
-    w.endObject();
-}
-
-void write(JsonWriter& w, const Clip& clip) {
-    w.beginObject();
-    w.key("id");
-    w.string(uuidText(clip.id));
-    w.key("url");
-    w.string(clip.url.toString(QUrl::FullyEncoded));
-    if (clip.bookmark) {
-        w.key("bookmark");
-        w.string(QString::fromLatin1(clip.bookmark->toBase64()));
-    }
-    w.key("edits");
-    write(w, clip.edits);
-    w.key("added");
-    w.integer(clip.added);
-    w.key("imported");
-    w.boolean(clip.imported);
-    w.endObject();
-}
-
-} // namespace
-
 std::optional<QByteArray> encodeSaved(const Saved& saved) {
-    JsonWriter w;
-    w.beginObject();
-    w.key("clips");
-    w.beginArray();
+    QJsonArray clips;
     for (const Clip& clip : saved.clips) {
+        // JSON has no spelling for these; written as null they would make the file unreadable.
         if (!isFinite(clip.edits))
             return std::nullopt;
-        write(w, clip);
+        clips.append(toJson(clip));
     }
-    w.endArray();
-    w.key("layout");
-    w.beginObject();
-    w.key("shape");
-    w.string(frameShapeText(saved.layout.shape));
-    w.key("fill");
-    w.string(fillModeText(saved.layout.fill));
-    w.endObject();
-    w.key("nextAdded");
-    w.integer(saved.nextAdded);
-    w.endObject();
-    return w.bytes();
+    return compactJson({{QStringLiteral("clips"), clips},
+                        {QStringLiteral("layout"), toJson(saved.layout)},
+                        {QStringLiteral("nextAdded"), static_cast<qint64>(saved.nextAdded)}});
 }
 
 std::optional<Saved> decodeSaved(const QByteArray& bytes) {
@@ -133,15 +81,13 @@ QString SessionStore::importsFolder() const {
 
 bool SessionStore::save(const Saved& saved) const {
     const auto bytes = encodeSaved(saved);
-    return bytes && write(*bytes);
-}
-
-bool SessionStore::write(const QByteArray& bytes) const {
+    if (!bytes)
+        return false;
     QDir().mkpath(folder_);
     QSaveFile file(sessionFile());
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    file.write(bytes);
+    file.write(*bytes);
     return file.commit();
 }
 
@@ -153,14 +99,7 @@ std::optional<Saved> SessionStore::load() const {
 }
 
 Clip SessionStore::restored(Clip clip) const {
-    if (clip.bookmark) {
-        const auto resolved = Bookmark::resolve(*clip.bookmark);
-        if (!resolved)
-            return clip; // probes as missing when the file is really gone
-        clip.url = resolved->url;
-        if (resolved->stale)
-            clip.bookmark = Bookmark::make(clip.url);
-    } else if (clip.imported) {
+    if (clip.imported && !clip.bookmark) {
         // The copy's own folder and name, under today's store: the data folder may have moved.
         const QFileInfo old(clip.url.path());
         clip.url = QUrl::fromLocalFile(importsFolder() + QLatin1Char('/') +
@@ -168,6 +107,26 @@ Clip SessionStore::restored(Clip clip) const {
                                        old.fileName());
     }
     return clip;
+}
+
+std::vector<Clip> SessionStore::located(std::vector<Clip> clips) {
+    std::vector<QByteArray> bookmarks;
+    std::vector<Clip*> bookmarked;
+    for (Clip& clip : clips)
+        if (clip.bookmark) {
+            bookmarks.push_back(*clip.bookmark);
+            bookmarked.push_back(&clip);
+        }
+    const auto found = Bookmark::resolve(bookmarks);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (!found[i])
+            continue;
+        Clip& clip = *bookmarked[i];
+        clip.url = found[i]->url;
+        if (found[i]->stale)
+            clip.bookmark = Bookmark::make(clip.url);
+    }
+    return clips;
 }
 
 void SessionStore::cleanImports(const std::vector<Clip>& clips) const {

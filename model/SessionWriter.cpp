@@ -11,26 +11,27 @@ SessionWriter::~SessionWriter() {
     wait();
 }
 
-void SessionWriter::write(QByteArray bytes) {
+void SessionWriter::write(Saved saved) {
     std::lock_guard lock(mutex_);
-    pending_ = std::move(bytes);
+    pending_ = std::move(saved);
     if (!std::exchange(draining_, true))
         worker_.start([this] { drain(); });
 }
 
 void SessionWriter::drain() {
     for (;;) {
-        QByteArray bytes;
+        Saved saved;
         {
             std::lock_guard lock(mutex_);
             if (!pending_) {
                 draining_ = false;
                 return;
             }
-            bytes = std::move(*pending_);
+            saved = std::move(*pending_);
             pending_.reset();
         }
-        store_.write(bytes); // a failure is retried by the next change's save
+        // A failure, or a value JSON cannot hold, is retried by the next change's save.
+        store_.save(saved);
     }
 }
 

@@ -20,8 +20,8 @@ std::int64_t roundedOrZero(double value) {
 // The value in tenths, rounding the shortest decimal form of the double half to even.
 std::int64_t tenthsHalfEven(double value) {
     char buffer[400];
-    const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, std::abs(value),
-                                         std::chars_format::fixed);
+    const auto [end, ec] =
+        std::to_chars(buffer, buffer + sizeof buffer, std::abs(value), std::chars_format::fixed);
     if (ec != std::errc{})
         return 0;
     const std::string_view text(buffer, end);
@@ -55,15 +55,13 @@ QString short_(double seconds) {
         return QString::asprintf("%lld:%02lld", static_cast<long long>((s / 60) % 60),
                                  static_cast<long long>(s % 60));
     return QString::asprintf("%lld:%02lld:%02lld", static_cast<long long>(s / 3600),
-                             static_cast<long long>((s / 60) % 60),
-                             static_cast<long long>(s % 60));
+                             static_cast<long long>((s / 60) % 60), static_cast<long long>(s % 60));
 }
 
 QString precise(double seconds) {
     const std::int64_t d = roundedOrZero(std::max(seconds, 0.0) * 10);
     return QString::asprintf("%lld:%02lld.%lld", static_cast<long long>(d / 600),
-                             static_cast<long long>((d / 10) % 60),
-                             static_cast<long long>(d % 10));
+                             static_cast<long long>((d / 10) % 60), static_cast<long long>(d % 10));
 }
 
 QString seconds(double value) {

@@ -15,7 +15,8 @@ class SnapshotStep;
 // Turns the project's named changes into steps on the window's undo stack. The stack belongs
 // to the window and may be replaced or destroyed at any time; this holds it weakly. Changes
 // registered during one turn of the event loop form one step (a switch that edits several clips
-// one by one is undone at once), named after the last of them. Interface thread only.
+// one by one is undone at once), named after the last of them; the stack announces each new
+// name. Interface thread only.
 class UndoHistory : public QObject {
     Q_OBJECT
 public:
@@ -40,6 +41,7 @@ private:
     QPointer<QUndoStack> stack_;
     QMetaObject::Connection connections_[3];
     SnapshotStep* openStep_ = nullptr; // the step of the current event-loop turn, owned by stack_
+    int lastId_ = 0;                   // each step's merge id; merging ones share the open one's
 };
 
 } // namespace vimbo

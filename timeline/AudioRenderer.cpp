@@ -27,7 +27,7 @@ bool AudioRenderer::hasAudio() const {
 }
 
 std::int64_t AudioRenderer::sampleAt(const MediaTime& t) {
-    return divideRounded(Int128(t.value) * sampleRate, t.timescale);
+    return scaled(t.value, sampleRate, t.timescale, Rounding::nearest);
 }
 
 void AudioRenderer::seek(const MediaTime& t) {

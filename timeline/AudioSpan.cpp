@@ -19,7 +19,7 @@ ff::Demuxer& onlyStream(ff::Demuxer& demuxer, int stream) {
 }
 
 std::int64_t samplesAt(const MediaTime& t, int rate) {
-    return divideRounded(Int128(t.value) * rate, t.timescale);
+    return scaled(t.value, rate, t.timescale, Rounding::nearest);
 }
 
 } // namespace

@@ -24,8 +24,6 @@ public:
     // The ticket to hand to render(); raised by every cancelAll().
     std::int64_t generation() const { return generation_.load(); }
     void cancelAll() { ++generation_; }
-    // Drops the kept photo frame (the frame it was drawn for no longer applies).
-    void renderContextChanged() { still_ = {}; }
 
     // The frame for `instruction` at `size` (even width and height). `source` is the decoded
     // frame of a video instruction, or null where the source has none (black then); it is

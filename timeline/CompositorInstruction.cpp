@@ -27,9 +27,4 @@ CompositorInstruction CompositorInstruction::with(const MediaTime& end) const {
                                  quarterTurns_, fill_);
 }
 
-bool CompositorInstruction::sameContent(const CompositorInstruction& other) const {
-    return timeRange_ == other.timeRange_ && trackID_ == other.trackID_ &&
-           source_ == other.source_ && quarterTurns_ == other.quarterTurns_ && fill_ == other.fill_;
-}
-
 } // namespace vimbo

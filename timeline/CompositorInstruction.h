@@ -43,11 +43,7 @@ public:
     const Photo* photo() const { return std::get_if<Photo>(&source_); }
     std::int64_t quarterTurns() const { return quarterTurns_; }
     FillMode fill() const { return fill_; }
-    bool containsTweening() const { return photo() != nullptr; }
     std::uint64_t identity() const { return identity_; }
-
-    // Equal content, whatever the identities.
-    bool sameContent(const CompositorInstruction& other) const;
 
 private:
     TimeRange timeRange_;

@@ -10,9 +10,6 @@
 
 namespace vimbo {
 
-// 128-bit intermediates for exact cross products (a GCC/Clang extension, hence the marker).
-__extension__ using Int128 = __int128;
-
 struct MediaTime {
     std::int64_t value = 0;
     std::int32_t timescale = 1; // always positive
@@ -62,9 +59,16 @@ struct TimeRange {
     friend bool operator==(const TimeRange&, const TimeRange&) = default;
 };
 
-// Rounds n / d to the nearest integer, halves away from zero (d > 0).
-std::int64_t divideRounded(Int128 n, Int128 d);
+enum class Rounding {
+    nearest, // halves away from zero
+    down,    // towards minus infinity
+    up,      // towards plus infinity
+};
+
+// n × factor ÷ divisor (factor ≥ 0, divisor > 0), exact wherever the result fits in 64 bits:
+// the product is never formed in a 64-bit integer, and no compiler's 128-bit type is needed.
+std::int64_t scaled(std::int64_t n, std::int64_t factor, std::int64_t divisor, Rounding rounding);
 // Rounds n / d towards minus infinity (d > 0).
-std::int64_t divideFloor(Int128 n, Int128 d);
+std::int64_t divideFloor(std::int64_t n, std::int64_t d);
 
 } // namespace vimbo

@@ -15,9 +15,8 @@ const VideoComposition& compositionOf(const Timeline& timeline) {
 
 std::int64_t framesIn(const MediaTime& duration, const MediaTime& frame) {
     // The number of frame starts before the end: ceil(duration / frame).
-    const Int128 n = Int128(duration.value) * frame.timescale;
-    const Int128 d = Int128(frame.value) * duration.timescale;
-    return d > 0 ? static_cast<std::int64_t>((n + d - 1) / d) : 0;
+    const std::int64_t d = frame.value * duration.timescale;
+    return d > 0 ? scaled(duration.value, frame.timescale, d, Rounding::up) : 0;
 }
 
 } // namespace
@@ -37,7 +36,7 @@ MediaTime VideoRenderer::timeOf(std::int64_t n) const {
 
 std::int64_t VideoRenderer::frameAt(const MediaTime& t) const {
     const MediaTime d = composition_.frameDuration;
-    return divideFloor(Int128(t.value) * d.timescale, Int128(d.value) * t.timescale);
+    return scaled(t.value, d.timescale, d.value * t.timescale, Rounding::down);
 }
 
 FrameSource& VideoRenderer::source(const SourceTrack& track) {

@@ -12,6 +12,41 @@ extern "C" {
 namespace vimbo {
 namespace {
 
+// Why a plan was refused, for the failure messages.
+const char* refusalText(CopyRefusal refusal) {
+    switch (refusal) {
+    case CopyRefusal::none:
+        return "none";
+    case CopyRefusal::noClips:
+        return "no clips";
+    case CopyRefusal::codecDiffers:
+        return "video codecs or sizes differ";
+    case CopyRefusal::parameterSetsDiffer:
+        return "parameter sets differ";
+    case CopyRefusal::timeBase:
+        return "time bases cannot be joined exactly";
+    case CopyRefusal::trimStartNotKey:
+        return "trim start is not on a key frame";
+    case CopyRefusal::trimStartBetweenFrames:
+        return "trim start is between frames";
+    case CopyRefusal::trimEndBetweenFrames:
+        return "trim end is between frames";
+    case CopyRefusal::trimEndCutsReferences:
+        return "trim end drops a frame that kept frames reference";
+    case CopyRefusal::joinOrder:
+        return "decoding order breaks at a join";
+    case CopyRefusal::audioCodec:
+        return "sound is not AAC-LC";
+    case CopyRefusal::audioFormatsDiffer:
+        return "sound formats differ";
+    case CopyRefusal::audioNotContiguous:
+        return "sound has gaps";
+    case CopyRefusal::silenceUnavailable:
+        return "no matching silence for the gaps in the sound";
+    }
+    return "?";
+}
+
 constexpr int timescale = 15360; // 30 fps: 512 ticks a frame
 constexpr int tick = 512;
 

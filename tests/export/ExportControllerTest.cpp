@@ -145,5 +145,22 @@ TEST(ExportController, ReplacedExportsNeverChangeTheState) {
         EXPECT_NE(s.kind, Kind::failed);
 }
 
+// A new export to the file an older one is still writing: the older one is cancelled and gone
+// before the new one writes, so nothing it does later (here: being cancelled at quit, which
+// removes its file) can touch the new movie.
+TEST(ExportController, AReplacedExportToTheSameFileStopsFirst) {
+    const QUrl to = destination(QStringLiteral("same.mp4"));
+    {
+        ExportController controller;
+        controller.start(clips(6), {}, ExportFormat::mp4, ExportQuality::high, to);
+        ASSERT_TRUE(waitUntil([&] { return controller.state().progress > 0; }));
+        controller.start(clips(1), {}, ExportFormat::mp4, ExportQuality::original, to);
+        ASSERT_TRUE(waitUntil([&] { return controller.state().kind != Kind::running; }));
+        EXPECT_EQ(controller.state(), State::done(to));
+    } // the program quits: whatever still runs is cancelled
+    EXPECT_EQ(decodeErrors(to.toLocalFile()), QString());
+    EXPECT_NEAR(movieDuration(to.toLocalFile()), 2.0, 0.1);
+}
+
 } // namespace
 } // namespace vimbo::test

@@ -21,30 +21,72 @@ namespace vimbo::test {
     return true;
 }();
 
+namespace {
+
+// The sound of a flash clip: silence with a 1 kHz beep of 0.1 s at `at`.
+QStringList beep(const ClipSpec& s, double at) {
+    const QString tone =
+        QStringLiteral("if(between(t\\,%1\\,%2)\\,0.5*sin(2*PI*1000*t)\\,0)").arg(at).arg(at + 0.1);
+    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+            QStringLiteral("aevalsrc=%1|%1:s=%2:d=%3").arg(tone).arg(s.rate).arg(s.seconds)};
+}
+
+QStringList picture(const ClipSpec& s) {
+    const int flashFrame = static_cast<int>(std::lround(s.flashAt * 30));
+    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+            QStringLiteral("color=black:s=%1x%2:r=30:d=%3,format=yuv420p,"
+                           "drawbox=c=white:t=fill:enable='eq(n\\,%4)'")
+                .arg(s.size)
+                .arg(s.size * 3 / 4)
+                .arg(s.seconds)
+                .arg(flashFrame)};
+}
+
+// Video and sound are made apart and joined with their own timestamps (-copyts): the muxer
+// would otherwise move the sound's start to the first frame's.
+QString phoneClip(const ClipSpec& s, const QString& name) {
+    const QString video = generated(
+        QStringLiteral("video-") + name,
+        picture(s) +
+            QStringList{
+                QStringLiteral("-c:v"), QStringLiteral("libx265"), QStringLiteral("-x265-params"),
+                QStringLiteral("log-level=none:bframes=2:keyint=15:min-keyint=15:open-gop=0"),
+                QStringLiteral("-preset"), QStringLiteral("ultrafast"), QStringLiteral("-tag:v"),
+                QStringLiteral("hvc1"), QStringLiteral("-video_track_timescale"),
+                QStringLiteral("600"), QStringLiteral("-use_editlist"), QStringLiteral("0")});
+    QStringList args{QStringLiteral("-copyts"), QStringLiteral("-i"), video};
+    QStringList maps{QStringLiteral("-map"), QStringLiteral("0:v")};
+    if (s.withSound) {
+        // The beep sounds with the flash, which the two B-frames show 1/15 s late.
+        const QString sound =
+            generated(QStringLiteral("sound-") + name + QStringLiteral(".aac"),
+                      beep(s, s.flashAt + 2.0 / 30) +
+                          QStringList{QStringLiteral("-c:a"), QStringLiteral("aac"),
+                                      QStringLiteral("-f"), QStringLiteral("adts")});
+        args << QStringLiteral("-i") << sound;
+        maps << QStringLiteral("-map") << QStringLiteral("1:a");
+    }
+    args << maps << QStringLiteral("-c") << QStringLiteral("copy")
+         << QStringLiteral("-video_track_timescale") << QStringLiteral("600")
+         << QStringLiteral("-use_editlist") << QStringLiteral("0");
+    return generated(name, args);
+}
+
+} // namespace
+
 QString flashClip(const ClipSpec& s) {
-    const QString name = QStringLiteral("flash-%1-%2-%3-%4-%5.mp4")
+    const QString name = QStringLiteral("flash-%1-%2-%3-%4-%5%6.mp4")
                              .arg(s.seconds)
                              .arg(s.flashAt)
                              .arg(s.withSound)
-
                              .arg(s.rate)
-                             .arg(s.size);
-    const int flashFrame = static_cast<int>(std::lround(s.flashAt * 30));
-    QStringList args{QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                     QStringLiteral("color=black:s=%1x%2:r=30:d=%3,format=yuv420p,"
-                                    "drawbox=c=white:t=fill:enable='eq(n\\,%4)'")
-                         .arg(s.size)
-                         .arg(s.size * 3 / 4)
-                         .arg(s.seconds)
-                         .arg(flashFrame)};
-    if (s.withSound) {
-        const QString beep = QStringLiteral("if(between(t\\,%1\\,%2)\\,0.5*sin(2*PI*1000*t)\\,0)")
-                                 .arg(s.flashAt)
-                                 .arg(s.flashAt + 0.1);
-        args << QStringLiteral("-f") << QStringLiteral("lavfi") << QStringLiteral("-i")
-             << QStringLiteral("aevalsrc=%1|%1:s=%2:d=%3").arg(beep).arg(s.rate).arg(s.seconds)
-             << QStringLiteral("-c:a") << QStringLiteral("aac");
-    }
+                             .arg(s.size)
+                             .arg(s.phone ? QStringLiteral("-phone") : QString());
+    if (s.phone)
+        return phoneClip(s, name);
+    QStringList args = picture(s);
+    if (s.withSound)
+        args << beep(s, s.flashAt) << QStringLiteral("-c:a") << QStringLiteral("aac");
     args << QStringLiteral("-c:v") << QStringLiteral("libx264") << QStringLiteral("-g")
          << QStringLiteral("15") << QStringLiteral("-bf") << QStringLiteral("2")
          << QStringLiteral("-preset") << QStringLiteral("ultrafast") << QStringLiteral("-x264opts")

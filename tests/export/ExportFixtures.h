@@ -21,8 +21,12 @@ struct ClipSpec {
     bool withSound = true;
     int rate = 48000;
     int size = 320; // width; height is 3/4 of it
+    // Stored as phones store it: HEVC in a 1/600 time base without an edit list, so the first
+    // frame (behind two B-frames) shows at 1/15 s, where the sound's first sample is at 0.
+    bool phone = false;
 };
-// An H.264 (key frames every 0.5 s, B-frames) + AAC movie made once per build.
+// An H.264 (key frames every 0.5 s, B-frames) + AAC movie made once per build; HEVC for a
+// phone's clip. Flash and beep are at `flashAt` from the first frame.
 QString flashClip(const ClipSpec& spec = {});
 
 // The segment the project would make of the file (real probe).

@@ -3,6 +3,7 @@
 // leaves no partial file, and crashes nothing.
 #include "export/ExportFailure.h"
 #include "export/Exporter.h"
+#include "export/Reencoder.h"
 #include "export/StreamCopier.h"
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
@@ -120,6 +121,30 @@ TEST(Fault, ClipFileRemovedBetweenPlanAndCopy) {
         EXPECT_EQ(e.errorDescription(),
                   QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted during the export."));
     }
+}
+
+// The sound runs ahead of the picture; when it fails on a clip whose file is gone, the export
+// stops there and then, not once the picture has caught up with it.
+TEST(Fault, AFailingSoundStageStopsTheExportAtOnce) {
+    const QString folder = scratchFolder();
+    const QString gone = folder + QStringLiteral("/gone.mp4");
+    QFile::copy(flashClip(), gone);
+    const std::vector<Segment> clips{probed(flashClip({.seconds = 4})), probed(gone)};
+    const auto timeline =
+        std::make_shared<const Timeline>(Timeline::build(clips, {}, std::nullopt, false));
+    double written = 0; // the fraction of the picture encoded, reported frame by frame
+    try {
+        reencode(timeline, Preset::highestQuality, ExportFormat::mp4,
+                 folder + QStringLiteral("/out.mp4"), std::make_shared<const CancelFlag>(),
+                 [&](double f) {
+                     QFile::remove(gone); // before either stage reaches the clip
+                     written = f;
+                 });
+        ADD_FAILURE() << "the export succeeded without its last clip";
+    } catch (const VimboError& e) {
+        EXPECT_EQ(e, VimboError::unreadable(QUrl::fromLocalFile(gone)));
+    }
+    EXPECT_LT(written, 0.5) << "the picture went on towards the missing clip";
 }
 
 TEST(Fault, UnwritableDestinations) {

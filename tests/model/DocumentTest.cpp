@@ -3,6 +3,7 @@
 #include "model/UndoNames.h"
 #include "tests/model/ProjectFixture.h"
 
+#include <QAction>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QThread>
@@ -61,16 +62,27 @@ TEST_F(ProjectTest, OneStepPerEventLoopTurnAndPerGesture) {
     const std::vector<Clip> start = project->clips();
     const int steps = stack().count();
 
-    // A switch that mutes clips one by one within one turn makes one step.
+    // Changes within one turn make one step, and the Edit menu's item shows the last one's name.
+    const std::unique_ptr<QAction> undoItem(stack().createUndoAction(nullptr));
+    project->edit(UndoName::changeSpeed, QSet<QUuid>{start[0].id},
+                  [](ClipEdits& e, const MediaInfo&) { e.speed = 2; });
     for (const Clip& c : start)
         project->edit(UndoName::mute, QSet<QUuid>{c.id},
                       [](ClipEdits& e, const MediaInfo&) { e.muted = true; });
+    EXPECT_EQ(undoItem->text(), QStringLiteral("Undo Mute"));
     nextTurn();
     EXPECT_EQ(stack().count(), steps + 1);
-    EXPECT_EQ(stack().undoText(), QStringLiteral("Mute"));
     stack().undo();
     EXPECT_EQ(project->clips(), start);
     stack().redo();
+    // Changes that cancel out within a turn leave no step.
+    nextTurn();
+    for (const bool muted : {false, true})
+        project->edit(UndoName::mute, QSet<QUuid>{start[0].id},
+                      [muted](ClipEdits& e, const MediaInfo&) { e.muted = muted; });
+    nextTurn();
+    EXPECT_EQ(stack().count(), steps + 1);
+    EXPECT_EQ(undoItem->text(), QStringLiteral("Undo Mute"));
 
     // A drag through ten values is one step that goes back to the value before the drag.
     const std::vector<Clip> beforeTrim = project->clips();
@@ -166,15 +178,18 @@ TEST_F(ProjectTest, AutosaveIsDebouncedAndRestoreBringsTheProjectBack) {
 }
 
 TEST_F(ProjectTest, RestoreFindsMovedFilesAndImportedCopiesAndCleansTheStore) {
-    const QUrl moved = file("trip/day1.jpg");
+    const QUrl moved = photo("trip/day1.jpg");
     const QUrl gone = file("trip/gone.jpg");
-    project->add({moved, gone});
+    const QUrl elsewhere = photo("trip/day2.jpg");
+    project->add({moved, gone, elsewhere});
     const QUrl copy = PickedFile::keeping(file("IMG_1.heic"), store)->url;
     project->addImported({copy});
     const QUuid keptImport = project->clips().back().id;
     project->saveNow();
 
     QDir().rename(moved.toLocalFile(), files + "/trip/renamed.jpg");
+    QDir().mkpath(files + "/later");
+    QDir().rename(elsewhere.toLocalFile(), files + "/later/day2.jpg");
     QFile::remove(gone.toLocalFile());
     touch(store.importsFolder() + "/stray/old.jpg");
     touch(store.importsFolder() + "/loose.txt");
@@ -185,17 +200,24 @@ TEST_F(ProjectTest, RestoreFindsMovedFilesAndImportedCopiesAndCleansTheStore) {
     store = SessionStore(newRoot);
     open();
 
-    ASSERT_EQ(project->clips().size(), 3u);
-    EXPECT_EQ(project->clips()[0].url.fileName(), QStringLiteral("renamed.jpg"));
-    EXPECT_EQ(*project->clips()[0].bookmark, *Bookmark::make(project->clips()[0].url));
-    EXPECT_EQ(project->clips()[1].url, gone);
-    EXPECT_EQ(project->clips()[2].id, keptImport);
-    EXPECT_TRUE(project->clips()[2].url.toLocalFile().startsWith(newRoot + "/Imports/"));
-    EXPECT_TRUE(QFileInfo::exists(project->clips()[2].url.toLocalFile()));
+    // Moved files are found in the background; their clips change place and are read there.
+    ASSERT_EQ(project->clips().size(), 4u);
+    const auto& clips = project->clips();
+    const auto kind = [&](int i) { return project->info().value(clips[i].id).kind; };
+    EXPECT_TRUE(waitUntil([&] {
+        return clips[0].url.fileName() == "renamed.jpg" && kind(0) == MediaKind::photo &&
+               clips[2].url.toLocalFile() == files + "/later/day2.jpg" &&
+               kind(2) == MediaKind::photo;
+    }));
+    EXPECT_EQ(*clips[0].bookmark, *Bookmark::make(clips[0].url));
+    EXPECT_EQ(clips[1].url, gone);
+    EXPECT_EQ(clips[3].id, keptImport);
+    EXPECT_TRUE(clips[3].url.toLocalFile().startsWith(newRoot + "/Imports/"));
+    EXPECT_TRUE(QFileInfo::exists(clips[3].url.toLocalFile()));
     EXPECT_EQ(QDir(store.importsFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
               QStringList{QFileInfo(QFileInfo(copy.toLocalFile()).path()).fileName()});
-    ASSERT_TRUE(probed(3));
-    EXPECT_EQ(project->info()[project->clips()[1].id].kind, MediaKind::missing);
+    ASSERT_TRUE(probed(4));
+    EXPECT_EQ(kind(1), MediaKind::missing);
 }
 
 TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) {

@@ -192,32 +192,20 @@ TEST(RecordJson, EnumerationTextsMatchExactly) {
               (QJsonObject{{"shape", "portrait"}, {"fill", "fit"}}));
     EXPECT_FALSE(layoutFromJson(QJsonObject{{"shape", "Wide"}, {"fill", "fit"}}));
     EXPECT_FALSE(layoutFromJson(QJsonObject{{"shape", "wide"}}));
-    EXPECT_EQ(mediaKindFromText("video"), MediaKind::video);
-    EXPECT_FALSE(mediaKindFromText("Video"));
 }
 
-TEST(RecordJson, MediaInfoRoundTripsWithDatesSinceTwoThousandOne) {
+TEST(RecordJson, MediaInfoFormWithDatesSinceTwoThousandOne) {
     MediaInfo info(MediaKind::video);
     info.size = {1080, 1920};
-    info.duration = 12.5;
     info.dateTaken = QDateTime(QDate(2023, 7, 14), QTime(16, 2, 33), Qt::UTC);
-    info.frameRate = 29.97f;
-    info.hasAudio = true;
-    info.codec = "hvc1";
-    info.audioFormat = "aac 48000 2";
-    info.naturalSize = {1920, 1080};
     info.transform = {0, 1, -1, 0, 1080, 0};
 
     const QJsonObject o = toJson(info);
+    EXPECT_EQ(o["kind"].toString(), QStringLiteral("video"));
     EXPECT_DOUBLE_EQ(o["dateTaken"].toDouble(), 711043353.0);
     EXPECT_EQ(o["transform"].toArray(), (QJsonArray{0, 1, -1, 0, 1080, 0}));
     EXPECT_EQ(o["size"].toArray(), (QJsonArray{1080, 1920}));
-    EXPECT_EQ(mediaInfoFromJson(o), info);
-
-    EXPECT_DOUBLE_EQ(secondsSinceReferenceDate(QDateTime::fromSecsSinceEpoch(978307200)), 0);
-    const MediaInfo empty(MediaKind::missing);
-    EXPECT_FALSE(toJson(empty).contains("dateTaken"));
-    EXPECT_EQ(mediaInfoFromJson(toJson(empty)), empty);
+    EXPECT_FALSE(toJson(MediaInfo(MediaKind::missing)).contains("dateTaken"));
 }
 
 } // namespace
@@ -226,7 +214,7 @@ TEST(RecordJson, MediaInfoRoundTripsWithDatesSinceTwoThousandOne) {
 namespace vimbo {
 namespace {
 
-TEST(SavedJson, TheFileHasExactlyThreeKeysInTheRecordsFormAndRoundTrips) {
+TEST(SavedJson, RoundTripsExactlyAndRefusesWhatJsonCannotHold) {
     Saved saved;
     saved.layout = {FrameShape::portrait, FillMode::fill};
     saved.nextAdded = 9007199254740993; // beyond a double's exact integers
@@ -242,12 +230,8 @@ TEST(SavedJson, TheFileHasExactlyThreeKeysInTheRecordsFormAndRoundTrips) {
 
     const auto bytes = encodeSaved(saved);
     ASSERT_TRUE(bytes);
-    EXPECT_FALSE(bytes->contains('/') && bytes->contains("\":\"file://")) << bytes->data();
-    const QJsonObject o = QJsonDocument::fromJson(*bytes).object();
-    EXPECT_EQ(o.keys(), (QStringList{"clips", "layout", "nextAdded"}));
-    EXPECT_EQ(o["clips"].toArray()[0].toObject(), toJson(odd));
-    EXPECT_EQ(o["clips"].toArray()[1].toObject(), toJson(plain));
-    EXPECT_EQ(o["layout"].toObject(), toJson(saved.layout));
+    EXPECT_EQ(QJsonDocument::fromJson(*bytes).object().keys(),
+              (QStringList{"clips", "layout", "nextAdded"}));
     EXPECT_EQ(decodeSaved(*bytes), saved);
 
     saved.clips[1].edits.trimEnd = std::numeric_limits<double>::infinity();

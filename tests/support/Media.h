@@ -7,6 +7,13 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <ostream>
+
+// Failing comparisons show texts as texts.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+
 namespace vimbo::test {
 
 // The folder of real sample files; empty when the corpus is not on this machine.

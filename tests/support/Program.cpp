@@ -15,6 +15,8 @@ ProgramRun vimbo(const QStringList& arguments, const ProgramSetup& setup) {
     if (setup.environment)
         setup.environment(environment);
     process.setProcessEnvironment(environment);
+    if (!setup.workingFolder.isEmpty())
+        process.setWorkingDirectory(setup.workingFolder);
     process.start(QStringLiteral(VIMBO_BINARY), arguments);
     const bool finished = process.waitForFinished(setup.timeoutMs);
     return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,

@@ -20,6 +20,7 @@ struct ProgramRun {
 
 struct ProgramSetup {
     QString dataHome;              // XDG_DATA_HOME for the run (the saved project's home)
+    QString workingFolder;         // where relative paths start
     std::function<void()> inChild; // runs in the child before it starts (limits, signals)
     std::function<void(QProcessEnvironment&)> environment; // changes to the inherited one
     int timeoutMs = 300'000;

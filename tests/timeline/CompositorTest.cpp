@@ -273,9 +273,6 @@ TEST(Compositor, PhotoDecodedOncePerInstructionAndSize) {
     const CompositorInstruction copy = shown.with({4, 1});
     const ff::FramePtr turned = compositor.render(copy, nullptr, {200, 400}, 0);
     EXPECT_EQ(compositor.photoDecodes(), 3) << "another instruction";
-    compositor.renderContextChanged();
-    compositor.render(copy, nullptr, {200, 400}, 0);
-    EXPECT_EQ(compositor.photoDecodes(), 4) << "the cache was dropped";
 
     const CompositorInstruction quarter(
         {MediaTime::zero(), {3, 1}}, std::nullopt,

@@ -42,6 +42,11 @@ TEST(MediaTime, Arithmetic) {
         {"floor of a negative", t(-1, 3).flooredTo(1000), t(-334, 1000)},
         {"scaled exactly", t(3, 30).scaledFloor(t(2, 1), t(1, 1), 30), t(6, 30)},
         {"scaled rounds down", t(1, 30).scaledFloor(t(1, 1), t(3, 1), 90), t(1, 90)},
+        {"scaled negative rounds down", t(-1, 30).scaledFloor(t(1, 1), t(4, 1), 90), t(-1, 90)},
+        // Ten hours at half speed: the whole product needs more than 64 bits.
+        {"scaled long times exactly",
+         t(216000001, 6000).scaledFloor(t(216000000, 6000), t(108000000, 6000), 90000),
+         t(6480000030, 90000)},
     };
     for (const Case& c : cases)
         expectSame(c.actual, c.expected, c.what);

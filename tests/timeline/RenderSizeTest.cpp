@@ -1,8 +1,7 @@
 #include "timeline/Timeline.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 
 namespace vimbo {
@@ -40,7 +39,10 @@ TEST(RenderSize, Table) {
          {1920, 1080}},
         {"1080p", {video(1920, 1080)}, FrameShape::auto_, std::nullopt, {1920, 1080}},
         {"uhd short edge at limit", {video(3840, 2160)}, FrameShape::auto_, {}, {3840, 2160}},
-        {"dci 4k capped, half away from zero", {video(4096, 2160)}, FrameShape::auto_, {},
+        {"dci 4k capped, half away from zero",
+         {video(4096, 2160)},
+         FrameShape::auto_,
+         {},
          {3840, 2026}},
         {"odd width made even", {video(853, 480)}, FrameShape::auto_, {}, {854, 480}},
         {"long-edge floor", {video(200, 100)}, FrameShape::auto_, {}, {320, 160}},
@@ -74,8 +76,8 @@ TEST(RenderSize, Table) {
         {"both zero", {video(0, 0)}, FrameShape::auto_, {}, {320, 2}},
     };
     for (const Case& c : cases) {
-        const Size s = Timeline::renderSize(c.segments, Layout{c.shape, FillMode::fit},
-                                            c.maxLongEdge);
+        const Size s =
+            Timeline::renderSize(c.segments, Layout{c.shape, FillMode::fit}, c.maxLongEdge);
         EXPECT_EQ(s, c.expected) << c.what << ": got " << s.width << " × " << s.height;
     }
 }
