@@ -54,6 +54,10 @@ struct StoredPacket {
 };
 std::vector<StoredPacket> videoPackets(const QString& path);
 
+// Whether the movie holds exactly the source packets a copy of the segments would: those shown
+// within each clip's trimmed range.
+bool copiedPackets(const QString& movie, const std::vector<Segment>& segments);
+
 // The video stream's display matrix (nine numbers), or empty.
 QByteArray displayMatrix(const QString& path);
 

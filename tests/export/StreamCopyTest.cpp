@@ -31,31 +31,6 @@ double total(const std::vector<Segment>& segments) {
     return sum;
 }
 
-// The source packets a copy must contain: those shown within each clip's trimmed range, which
-// counts from the clip's first frame.
-std::vector<QByteArray> expectedPackets(const std::vector<Segment>& segments) {
-    std::vector<QByteArray> expected;
-    for (const Segment& s : segments) {
-        const Segment::Range r = s.trimmedRange();
-        const std::vector<StoredPacket> packets = videoPackets(s.url.toLocalFile());
-        double first = packets.empty() ? 0 : packets.front().time;
-        for (const StoredPacket& p : packets)
-            first = std::min(first, p.time);
-        for (const StoredPacket& p : packets)
-            if (p.time - first >= r.lower - 1e-4 && p.time - first < r.upper - 1e-4)
-                expected.push_back(p.data);
-    }
-    return expected;
-}
-
-// Whether the movie holds exactly the packets a copy of the segments would.
-bool copiedPackets(const QString& movie, const std::vector<Segment>& segments) {
-    std::vector<QByteArray> packets;
-    for (StoredPacket& p : videoPackets(movie))
-        packets.push_back(std::move(p.data));
-    return packets == expectedPackets(segments);
-}
-
 // Every join test runs on ffmpeg's default files and on files stored the way phones store them.
 class StreamCopyFrom : public ::testing::TestWithParam<bool> {
 protected:

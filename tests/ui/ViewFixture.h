@@ -7,6 +7,7 @@
 #include "export/ExportController.h"
 #include "model/MediaAccess.h"
 #include "model/Project.h"
+#include "tests/support/Media.h"
 
 #include <QApplication>
 #include <QUndoStack>
@@ -15,13 +16,6 @@
 #include <memory>
 #include <ostream>
 #include <vector>
-
-QT_BEGIN_NAMESPACE
-// Test failures show texts as text.
-inline void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
-QT_END_NAMESPACE
 
 namespace vimbo::test {
 
