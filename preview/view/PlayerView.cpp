@@ -7,6 +7,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPainter>
 #include <QProxyStyle>
 #include <QRegularExpression>
 #include <QSlider>
@@ -28,6 +29,22 @@ public:
         return QProxyStyle::styleHint(hint, option, widget, returned);
     }
 };
+
+// The style's standard pictogram in the palette's text colour: the stock ones are drawn for
+// light backgrounds and vanish on a dark one.
+QIcon tinted(const QWidget& widget, QStyle::StandardPixmap which) {
+    const QIcon stock = widget.style()->standardIcon(which, nullptr, &widget);
+    QIcon icon;
+    for (QSize size : {QSize(16, 16), QSize(24, 24), QSize(32, 32)}) {
+        QPixmap pixmap = stock.pixmap(size, widget.devicePixelRatioF());
+        QPainter painter(&pixmap);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(pixmap.rect(), widget.palette().color(QPalette::ButtonText));
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
 
 int milliseconds(const MediaTime& t) {
     return static_cast<int>(std::lround(t.seconds() * 1000));
@@ -56,6 +73,7 @@ PlayerView::PlayerView(Player& player, QWidget* parent)
     picture_->setPicture(player_.picture());
     itemChanged();
     rateChanged();
+    fullScreenChanged();
 }
 
 QWidget* PlayerView::makeTransport() {
@@ -84,9 +102,6 @@ QWidget* PlayerView::makeTransport() {
 
     fullScreenButton_ = new QToolButton(bar);
     fullScreenButton_->setAutoRaise(true);
-    fullScreenButton_->setIcon(style->standardIcon(QStyle::SP_TitleBarMaxButton));
-    fullScreenButton_->setAccessibleName(tr("Full Screen"));
-    fullScreenButton_->setToolTip(tr("Full Screen"));
     connect(fullScreenButton_, &QToolButton::clicked, this,
             [this] { setFullScreen(!fullScreen_); });
 
@@ -118,7 +133,7 @@ void PlayerView::itemChanged() {
 
 void PlayerView::rateChanged() {
     const bool playing = player_.isPlaying();
-    play_->setIcon(style()->standardIcon(playing ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
+    play_->setIcon(tinted(*this, playing ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
     play_->setAccessibleName(playing ? tr("Pause") : tr("Play"));
     play_->setToolTip(play_->accessibleName());
 }
@@ -162,8 +177,24 @@ void PlayerView::setFullScreen(bool on) {
     }
     fullScreenButton_->setIcon(
         style()->standardIcon(on ? QStyle::SP_TitleBarNormalButton : QStyle::SP_TitleBarMaxButton));
-    fullScreenButton_->setAccessibleName(on ? tr("Exit Full Screen") : tr("Full Screen"));
+    fullScreenChanged();
+}
+
+void PlayerView::fullScreenChanged() {
+    fullScreenButton_->setIcon(tinted(*this, fullScreen_ ? QStyle::SP_TitleBarNormalButton
+                                                         : QStyle::SP_TitleBarMaxButton));
+    fullScreenButton_->setAccessibleName(fullScreen_ ? tr("Exit Full Screen") : tr("Full Screen"));
     fullScreenButton_->setToolTip(fullScreenButton_->accessibleName());
+}
+
+void PlayerView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    const bool look =
+        event->type() == QEvent::PaletteChange || event->type() == QEvent::StyleChange;
+    if (look && play_) {
+        rateChanged();
+        fullScreenChanged();
+    }
 }
 
 void PlayerView::keyPressEvent(QKeyEvent* event) {

@@ -32,19 +32,21 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     QWidget* makeTransport();
     void togglePlay();
     void itemChanged();
     void rateChanged();
+    void fullScreenChanged();
     void timeChanged();
     void scrubStarted();
     void scrubEnded();
 
     Player& player_;
     PictureView* picture_;
-    QToolButton* play_;
+    QToolButton* play_ = nullptr;
     QSlider* position_;
     QLabel* time_;
     QToolButton* fullScreenButton_;
