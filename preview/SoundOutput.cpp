@@ -78,13 +78,18 @@ void SoundOutput::cue(const MediaTime& at) {
     running_ = started_ = dry_ = false;
     heldMicroseconds_ = taken_ = 0;
     cue_ = at;
-    feed_.seek(at);
+    // The feed moves when playing starts: a paused seek (scrubbing) leaves both cores to the
+    // picture.
+    cued_ = true;
 }
 
 void SoundOutput::start() {
     if (running_)
         return;
     running_ = true;
+    if (cued_)
+        feed_.seek(cue_);
+    cued_ = false;
     if (sink_) {
         if (started_)
             sink_->resume();

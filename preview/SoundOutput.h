@@ -35,7 +35,7 @@ public:
     // True while a sound device plays (and clocks) the sound.
     bool hasDevice() const { return sink_ != nullptr; }
 
-    // Stops the sound and seeks the feed to `at`; the clock reads `at` until start().
+    // Stops the sound; it will play from `at`, and the clock reads `at` until start().
     void cue(const MediaTime& at);
     // Plays from the cue, or on from where pause() held.
     void start();
@@ -64,6 +64,7 @@ private:
     std::unique_ptr<QIODevice> device_; // reads the feed for the sink
     MediaTime cue_;
     bool running_ = false;
+    bool cued_ = false;    // the feed is still to be moved to the cue
     bool started_ = false; // the sink (or the silent clock) has run since the cue
 
     // Without a device: the time run since the cue and the sound taken so far.
