@@ -11,14 +11,14 @@ namespace vimbo {
 VideoFeed::VideoFeed(FailureLog& failures, std::function<void()> ready)
     : failures_(failures)
     , ready_(std::move(ready))
+    , cancel_(std::make_shared<CancelFlag>())
     , thread_([this] { run(); }) {}
 
 VideoFeed::~VideoFeed() {
     {
         std::lock_guard lock(mutex_);
         stopping_ = true;
-        if (cancel_)
-            cancel_->cancel();
+        cancel_->cancel();
     }
     wake_.notify_all();
     thread_.join();
@@ -27,9 +27,8 @@ VideoFeed::~VideoFeed() {
 void VideoFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
     {
         std::lock_guard lock(mutex_);
-        if (cancel_)
-            cancel_->cancel(); // the frame in progress gives up, even inside a read
-        cancel_ = std::make_shared<CancelFlag>();
+        if (renderer_)
+            renderer_->cancelAll(); // the frame in progress is of no use any more
         nextTimeline_ = std::move(timeline);
         replacing_ = true;
         renderer_ = nullptr;
@@ -96,23 +95,27 @@ bool VideoFeed::isLate(const VideoRenderer& renderer, const Job& job) const {
     return divideFloor(Int128(end.value) * 1'000'000, end.timescale) <= clock;
 }
 
-// Swaps in the renderer of the next timeline; the old one is destroyed here, unlocked.
+// Swaps in the renderer of the next timeline, with the old one's decoders; the old one is
+// destroyed here, unlocked.
 void VideoFeed::adopt(std::unique_lock<std::mutex>& lock,
                       std::unique_ptr<VideoRenderer>& renderer) {
     replacing_ = false;
     std::shared_ptr<const Timeline> timeline = std::move(nextTimeline_);
     std::shared_ptr<const CancelFlag> cancel = cancel_;
     lock.unlock();
-    renderer.reset();
     lastGood_.reset();
     timeline_ = timeline;
     std::unique_ptr<VideoRenderer> fresh;
-    if (timeline)
+    if (timeline) {
         fresh = std::make_unique<VideoRenderer>(std::move(timeline), std::move(cancel));
+        if (renderer)
+            fresh->takeSources(*renderer);
+    }
+    renderer.reset();
     lock.lock();
+    renderer = std::move(fresh);
     if (replacing_ || stopping_)
         return; // replaced again meanwhile: the next round adopts the newer one
-    renderer = std::move(fresh);
     renderer_ = renderer.get();
     frameCount_ = renderer ? renderer->frameCount() : 0;
 }

@@ -12,8 +12,10 @@
 //
 // Epochs: every seek carries an epoch from the player; frames are tagged with the epoch they were
 // made for, so a frame that was being made while a newer seek arrived is recognised as stale and
-// never shown. A seek also cancels the frame in progress (VideoRenderer::cancelAll), and an item
-// change raises the old renderer's cancel flag, so even a blocking read gives up.
+// never shown. A seek or an item change cancels the frame in progress (VideoRenderer::cancelAll);
+// destroying the feed raises its cancel flag, so even a blocking read gives up. A new item's
+// renderer takes over the decoders of the previous one: after a rebuild the frame at the same
+// place of the same file comes without opening and seeking the file again.
 //
 // A frame that cannot be made (its file was deleted, a read error) is replaced by the last good
 // frame of the same clip, or black, and the failure goes to the log once.
@@ -98,7 +100,7 @@ private:
     bool stopping_ = false;
     bool replacing_ = false;
     std::shared_ptr<const Timeline> nextTimeline_;
-    std::shared_ptr<CancelFlag> cancel_; // of the renderer in use, or the one on its way
+    std::shared_ptr<CancelFlag> cancel_; // shared by every renderer of the feed
     VideoRenderer* renderer_ = nullptr;  // the worker's, published for cancelAll()
     std::int64_t frameCount_ = 0;
     std::int64_t next_ = 0;  // the frame to make next
