@@ -161,6 +161,11 @@ void playback(const Media& m) {
             std::ceil(timeline->duration().seconds() / frame.seconds() - 1e-9));
         player.replaceCurrentItem(timeline);
         waitFor([&] { return !player.isSeeking(); });
+        std::vector<bool> seen(static_cast<std::size_t>(frames), false);
+        QObject::connect(&player, &Player::pictureChanged, [&] {
+            if (player.pictureIndex() >= 0 && player.pictureIndex() < frames)
+                seen[static_cast<std::size_t>(player.pictureIndex())] = true;
+        });
         const Player::Statistics before = player.statistics();
         QElapsedTimer wall;
         wall.start();
@@ -176,6 +181,24 @@ void playback(const Media& m) {
                     static_cast<long long>(after.underruns - before.underruns),
                     wall.elapsed() / 1000.0,
                     player.hasSoundDevice() ? "device" : "no device (taken at the clock's pace)");
+        // Where the drops fell: frames dropped / frames, clip by clip.
+        std::vector<double> starts = timeline->starts();
+        starts.push_back(timeline->duration().seconds());
+        const char* names[] = {"1080p 0.5x", "phone 2x", "4K HEVC", "photo", "photo"};
+        std::printf("        by clip:");
+        for (std::size_t c = 0; c + 1 < starts.size(); ++c) {
+            std::int64_t missing = 0, all = 0;
+            for (std::int64_t n = 0; n < frames; ++n) {
+                const double t = double(n) * frame.seconds();
+                if (t >= starts[c] - 1e-9 && t < starts[c + 1] - 1e-9) {
+                    ++all;
+                    missing += !seen[static_cast<std::size_t>(n)];
+                }
+            }
+            std::printf(" %s %lld/%lld", names[std::min<std::size_t>(c, 4)],
+                        static_cast<long long>(missing), static_cast<long long>(all));
+        }
+        std::printf("\n");
         std::fflush(stdout);
     }
 }
