@@ -1,8 +1,11 @@
 #include "preview/Player.h"
 
+#include "preview/FailureLog.h"
+#include "preview/SoundFeed.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
 #include "tests/timeline/Fixtures.h"
+#include "timeline/AudioRenderer.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -126,6 +129,52 @@ TEST(Player, PlaysInRealTimeAndStopsAtTheEnd) {
     player.play();
     EXPECT_EQ(player.rate(), 0);
     EXPECT_EQ(player.duration(), MediaTime::zero());
+}
+
+// Reads `frames` stereo frames from the feed as it fills, left channel only.
+std::vector<std::int16_t> readLeft(SoundFeed& feed, std::size_t frames) {
+    std::vector<std::int16_t> left;
+    std::vector<std::int16_t> chunk(2 * 1000);
+    while (left.size() < frames) {
+        const std::size_t want = std::min<std::size_t>(1000, frames - left.size());
+        const auto got =
+            feed.read(reinterpret_cast<char*>(chunk.data()), std::int64_t(want) * 4) / 4;
+        if (got == 0 && !waitUntil([&] { return feed.buffered() > 0; }, 10000))
+            break;
+        for (std::int64_t i = 0; i < got; ++i)
+            left.push_back(chunk[std::size_t(2 * i)]);
+    }
+    return left;
+}
+
+TEST(SoundFeed, GivesTheTimelinesSoundFromEverySeekThenSilence) {
+    Segment tone = test::videoSegment(test::toneVideo(440), 2, {160, 120});
+    Segment fast = tone;
+    fast.edits.speed = 2;
+    const auto timeline = previewOf({tone, fast}); // 3 s
+    FailureLog failures;
+    SoundFeed feed(failures, [] {});
+    feed.setTimeline(timeline);
+    for (double at : {0.0, 2.4, 0.7}) {
+        feed.seek(MediaTime::fromSeconds(at));
+        // More than the buffer holds, so reading goes round it.
+        const auto frames = static_cast<std::size_t>(std::llround((3 - at) * 48000));
+        const std::vector<std::int16_t> got = readLeft(feed, frames + 4800);
+        ASSERT_EQ(got.size(), frames + 4800) << at;
+        AudioRenderer reference(timeline);
+        reference.seek(MediaTime::fromSeconds(at));
+        std::size_t i = 0, differ = 0;
+        while (const ff::FramePtr block = reference.read(4096)) {
+            const auto* l = reinterpret_cast<const float*>(block->extended_data[0]);
+            for (int k = 0; k < block->nb_samples; ++k, ++i)
+                differ += std::abs(got[i] - std::lrint(l[k] * 32767)) > 1;
+        }
+        EXPECT_EQ(i, frames) << at;
+        EXPECT_EQ(differ, 0u) << "at " << at;
+        EXPECT_TRUE(std::all_of(got.begin() + std::ptrdiff_t(frames), got.end(),
+                                [](std::int16_t v) { return v == 0; }))
+            << "silence after the end";
+    }
 }
 
 QStringList warnings;
