@@ -20,7 +20,13 @@ Player::Player(QObject* parent)
     connect(&tick_, &QTimer::timeout, this, &Player::present);
 }
 
-Player::~Player() = default;
+Player::~Player() {
+    // Before any member goes: closing the sound device runs the event loop, which may deliver
+    // a frame's arrival to this player.
+    playing_ = false;
+    tick_.stop();
+    output_.close();
+}
 
 MediaTime Player::duration() const {
     return item_ ? item_->duration() : MediaTime::zero();
@@ -156,6 +162,8 @@ bool Player::finishSeek() {
         emit seekFinished();
         if (playing_)
             startClock();
+        else
+            output_.prepare(); // the picture is done: now the sound, so that play starts at once
         return true;
     }
     return false;

@@ -14,7 +14,9 @@
 namespace vimbo {
 namespace {
 
-constexpr int sinkBufferMilliseconds = 100;
+// Generous: the sink is fed from the interface thread, which a busy machine may hold up; the
+// clock is unaffected (the sink reports what it has played) and pausing corks at once.
+constexpr int sinkBufferMilliseconds = 250;
 constexpr int drainMilliseconds = 20;
 
 // Hands the feed's buffer to a sink that pulls: never blocks, gives what is there.
@@ -48,8 +50,15 @@ SoundOutput::SoundOutput(SoundFeed& feed, QObject* parent)
 }
 
 SoundOutput::~SoundOutput() {
-    if (sink_)
-        sink_->stop();
+    close();
+}
+
+void SoundOutput::close() {
+    if (!sink_)
+        return;
+    sink_->stop();
+    sink_.reset();
+    device_.reset();
 }
 
 void SoundOutput::openDevice() {
@@ -78,18 +87,20 @@ void SoundOutput::cue(const MediaTime& at) {
     running_ = started_ = dry_ = false;
     heldMicroseconds_ = taken_ = 0;
     cue_ = at;
-    // The feed moves when playing starts: a paused seek (scrubbing) leaves both cores to the
-    // picture.
     cued_ = true;
+}
+
+void SoundOutput::prepare() {
+    if (cued_)
+        feed_.seek(cue_);
+    cued_ = false;
 }
 
 void SoundOutput::start() {
     if (running_)
         return;
     running_ = true;
-    if (cued_)
-        feed_.seek(cue_);
-    cued_ = false;
+    prepare();
     if (sink_) {
         if (started_)
             sink_->resume();

@@ -32,11 +32,18 @@ public:
     explicit SoundOutput(SoundFeed& feed, QObject* parent = nullptr);
     ~SoundOutput() override;
 
+    // Lets the sound device go; later the output is silent. Qt's sink runs the event loop while
+    // it closes, so an owner calls this while everything that queued calls reach is alive.
+    void close();
+
     // True while a sound device plays (and clocks) the sound.
     bool hasDevice() const { return sink_ != nullptr; }
 
     // Stops the sound; it will play from `at`, and the clock reads `at` until start().
     void cue(const MediaTime& at);
+    // Fills the feed from the cue now, so that start() sounds at once. cue() leaves this for
+    // later: seeks while paused (scrubbing) leave the cores to the picture.
+    void prepare();
     // Plays from the cue, or on from where pause() held.
     void start();
     // Holds the clock (and the device) where it is.
