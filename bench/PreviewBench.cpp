@@ -284,7 +284,7 @@ void edits(const Media& m, int count) {
     preview.player().seek(MediaTime::fromSeconds(31));
     waitFor([&] { return !preview.player().isSeeking(); });
 
-    std::vector<double> total, built, landed;
+    std::vector<double> total, built, landed, later, earlier;
     for (int i = 0; i < 5; ++i) {
         QElapsedTimer clock;
         clock.start();
@@ -292,7 +292,9 @@ void edits(const Media& m, int count) {
         built.push_back(clock.nsecsElapsed() / 1e6);
     }
     for (int i = 0; i < count; ++i) {
-        key.segments[10].edits.trimStart = (i % 2) ? 0 : 0.5; // a trim before the position
+        // A trim of a later clip (as when the person trims ahead) or of an earlier one, which
+        // moves the picture at the position by half a second.
+        key.segments[i % 2 ? 16 : 10].edits.trimStart = (i / 2) % 2 ? 0 : 0.5;
         replaced = false;
         bool onScreen = false;
         const QMetaObject::Connection drawn =
@@ -305,6 +307,7 @@ void edits(const Media& m, int count) {
         landed.push_back(clock.nsecsElapsed() / 1e6);
         waitFor([&] { return onScreen; });
         total.push_back(clock.nsecsElapsed() / 1e6);
+        (i % 2 ? later : earlier).push_back(total.back());
         QObject::disconnect(drawn);
         pump(100);
     }
@@ -319,6 +322,8 @@ void edits(const Media& m, int count) {
                 "(median), its frame on screen %.1f ms later (median)\n",
                 percentile(built, 0.5), percentile(landed, 0.5),
                 percentile(total, 0.5) - percentile(landed, 0.5));
+    std::printf("median by edit: a later clip %.1f ms, an earlier clip %.1f ms\n",
+                percentile(later, 0.5), percentile(earlier, 0.5));
     std::fflush(stdout);
 }
 

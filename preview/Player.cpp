@@ -60,7 +60,7 @@ Player::Statistics Player::statistics() const {
     return {shown_, dropped_ + video_.skipped(), output_.underruns()};
 }
 
-void Player::replaceCurrentItem(std::shared_ptr<const Timeline> timeline) {
+void Player::replaceCurrentItem(std::shared_ptr<const Timeline> timeline, const MediaTime& at) {
     if (timeline && timeline->isPassthrough())
         timeline.reset(); // nothing to draw its frames with
     item_ = std::move(timeline);
@@ -80,7 +80,7 @@ void Player::replaceCurrentItem(std::shared_ptr<const Timeline> timeline) {
     }
     emit currentItemChanged();
     if (item_) {
-        seek(MediaTime::zero());
+        seek(at); // one seek: an intermediate one would send the decoders to the start first
         return;
     }
     seeking_ = false;

@@ -49,8 +49,10 @@ public:
 
     // The item, null for none; a timeline with a video composition (never a passthrough one).
     // The play state is kept, as with any player whose item is swapped; the position goes to
-    // the new item's start. Without an item the player is paused and shows nothing.
-    void replaceCurrentItem(std::shared_ptr<const Timeline> timeline);
+    // `at` in the new item (clamped; its start by default), exactly as a seek there. Without an
+    // item the player is paused and shows nothing.
+    void replaceCurrentItem(std::shared_ptr<const Timeline> timeline,
+                            const MediaTime& at = MediaTime::zero());
     const std::shared_ptr<const Timeline>& currentItem() const { return item_; }
     bool hasItem() const { return item_ != nullptr; }
 

@@ -57,9 +57,12 @@ void Preview::install(std::uint64_t ticket, const Key& key,
         return; // a newer key is on its way
     const MediaTime position = player_.currentTime();
     const bool wasPlaying = player_.rate() != 0;
-    player_.replaceCurrentItem(timeline);
-    if (position > MediaTime::zero())
-        player_.seek(std::min(position, timeline->duration()));
+    // A position of zero means no seek: the new item starts at its beginning. Otherwise the
+    // same place, or the new end if that is earlier, exactly; the swap and the seek are one
+    // step, so the decoders go straight there.
+    player_.replaceCurrentItem(timeline, position > MediaTime::zero()
+                                             ? std::min(position, timeline->duration())
+                                             : MediaTime::zero());
     if (wasPlaying)
         player_.play();
     QHash<QUuid, double> starts;
