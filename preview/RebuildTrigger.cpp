@@ -1,4 +1,3 @@
-// Stand-in until the real view lands.
 #include "preview/RebuildTrigger.h"
 
 namespace vimbo {
@@ -8,17 +7,23 @@ RebuildTrigger::RebuildTrigger(Preview& preview, std::function<Preview::Key()> r
     : QObject(parent)
     , preview_(preview)
     , readKey_(std::move(readKey)) {
-    wait_.setSingleShot(true);
-    wait_.setInterval(200);
-    connect(&wait_, &QTimer::timeout, this, [this] { preview_.update(readKey_()); });
+    debounce_.setSingleShot(true);
+    debounce_.setTimerType(Qt::PreciseTimer);
+    debounce_.setInterval(debounceMilliseconds);
+    connect(&debounce_, &QTimer::timeout, this, &RebuildTrigger::rebuild);
 }
 
 void RebuildTrigger::keyMayHaveChanged() {
     Preview::Key key = readKey_();
-    if (last_ && *last_ == key)
-        return;
-    last_ = std::move(key);
-    wait_.start();
+    if (seen_ && *seen_ == key)
+        return; // the rebuild under way (or done) is for this very key
+    seen_ = std::move(key);
+    preview_.cancelUpdates();
+    debounce_.start();
+}
+
+void RebuildTrigger::rebuild() {
+    preview_.update(readKey_());
 }
 
 } // namespace vimbo

@@ -1,5 +1,10 @@
-// Stand-in until the real view lands.
 #pragma once
+
+// When the preview rebuilds: the window calls keyMayHaveChanged() on every project change that
+// can change the preview key, and once when its content is first shown. A key that differs from
+// the last one seen (the first call always counts) cancels the rebuild under way and starts a
+// new one, which waits 0.2 s and then updates the preview with the key read at that moment; so a
+// burst of changes (a slider drag, files arriving) makes one rebuild. Interface thread only.
 
 #include "preview/Preview.h"
 
@@ -11,23 +16,23 @@
 
 namespace vimbo {
 
-// Rebuilds the preview 0.2 s after the last change of its key, so a burst of changes (a slider
-// drag, files arriving one by one) costs one rebuild, made from the key read at that moment.
-// Interface thread.
 class RebuildTrigger : public QObject {
     Q_OBJECT
 public:
+    static constexpr int debounceMilliseconds = 200;
+
     RebuildTrigger(Preview& preview, std::function<Preview::Key()> readKey,
                    QObject* parent = nullptr);
 
-    // Reads the key; the first call, and any call that finds a new key, restarts the wait.
     void keyMayHaveChanged();
 
 private:
+    void rebuild();
+
     Preview& preview_;
     std::function<Preview::Key()> readKey_;
-    std::optional<Preview::Key> last_;
-    QTimer wait_;
+    std::optional<Preview::Key> seen_; // the key of the latest rebuild started
+    QTimer debounce_;
 };
 
 } // namespace vimbo

@@ -97,6 +97,7 @@ void FrameSource::seek(std::int64_t target) {
     for (std::int64_t back = 0;; back = back ? back * 2 : second) {
         input_.seek(track_.stream, target - back);
         decoder_.flush();
+        decoder_.skipUnneededBefore(target);
         awaitingKey_ = target - back > start;
         current_.reset();
         next_.reset();

@@ -39,6 +39,13 @@ std::int64_t VideoRenderer::frameAt(const MediaTime& t) const {
     return scaled(t.value, d.timescale, d.value * t.timescale, Rounding::down);
 }
 
+void VideoRenderer::takeSources(VideoRenderer& previous) {
+    previous.reuse_ = {};
+    sources_ = std::move(previous.sources_);
+    previous.sources_.clear();
+    reuse_ = {};
+}
+
 FrameSource& VideoRenderer::source(const SourceTrack& track) {
     for (auto it = sources_.begin(); it != sources_.end(); ++it) {
         if ((*it)->track() == track) {

@@ -50,6 +50,11 @@ public:
     ff::FramePtr render(std::int64_t n);
     // Gives up the frame being rendered now; later calls render again.
     void cancelAll() { compositor_.cancelAll(); }
+    // Takes over the open source decoders of a renderer of an earlier timeline (the preview
+    // after a rebuild): frames of the same files then come without opening and seeking them
+    // anew. Both renderers must share one cancel flag (the decoders keep the one they were
+    // opened with); `previous` is left without sources.
+    void takeSources(VideoRenderer& previous);
 
 private:
     const AVFrame* sourceFrame(const MediaTime& t, const FrameSource** from);

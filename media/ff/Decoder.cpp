@@ -37,8 +37,10 @@ bool Decoder::receive(AVFrame* frame) {
             avcodec_send_packet(context_.get(), nullptr);
             continue;
         }
-        if (packet_->stream_index == stream_)
+        if (packet_->stream_index == stream_) {
+            chooseSkipping(*packet_);
             avcodec_send_packet(context_.get(), packet_.get()); // bad data: skip the packet
+        }
         av_packet_unref(packet_.get());
     }
 }
@@ -46,6 +48,28 @@ bool Decoder::receive(AVFrame* frame) {
 void Decoder::flush() {
     avcodec_flush_buffers(context_.get());
     draining_ = false;
+    skipTarget_ = latestBeforeTarget_ = AV_NOPTS_VALUE;
+    context_->skip_frame = AVDISCARD_DEFAULT;
+}
+
+void Decoder::skipUnneededBefore(std::int64_t target) {
+    skipTarget_ = target;
+    latestBeforeTarget_ = AV_NOPTS_VALUE;
+}
+
+// A packet that shows before another one already read, which itself shows at or before the
+// target, cannot be the target's frame: if nothing refers to it, it need not be decoded.
+void Decoder::chooseSkipping(const AVPacket& packet) {
+    if (skipTarget_ == AV_NOPTS_VALUE)
+        return;
+    bool skippable = false;
+    if (packet.pts != AV_NOPTS_VALUE) {
+        skippable = latestBeforeTarget_ != AV_NOPTS_VALUE && packet.pts < latestBeforeTarget_;
+        if (packet.pts <= skipTarget_ &&
+            (latestBeforeTarget_ == AV_NOPTS_VALUE || packet.pts > latestBeforeTarget_))
+            latestBeforeTarget_ = packet.pts;
+    }
+    context_->skip_frame = skippable ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
 }
 
 } // namespace vimbo::ff
