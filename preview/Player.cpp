@@ -43,8 +43,7 @@ MediaTime Player::timeOf(std::int64_t index) const {
 
 std::int64_t Player::frameIndexAt(const MediaTime& t) const {
     const MediaTime d = frameDuration();
-    const std::int64_t n =
-        divideFloor(Int128(t.value) * d.timescale, Int128(d.value) * t.timescale);
+    const std::int64_t n = scaled(t.value, d.timescale, d.value * t.timescale, Rounding::down);
     return std::clamp<std::int64_t>(n, 0, std::max<std::int64_t>(0, frameCount_ - 1));
 }
 
@@ -75,8 +74,7 @@ void Player::replaceCurrentItem(std::shared_ptr<const Timeline> timeline, const 
         const MediaTime d = frameDuration();
         const MediaTime end = item_->duration();
         // Frames that start before the end: ceil(duration / frame).
-        const Int128 n = Int128(end.value) * d.timescale, q = Int128(d.value) * end.timescale;
-        frameCount_ = static_cast<std::int64_t>((n + q - 1) / q);
+        frameCount_ = scaled(end.value, d.timescale, d.value * end.timescale, Rounding::up);
     }
     emit currentItemChanged();
     if (item_) {

@@ -64,7 +64,7 @@ void VideoFeed::setRunning(bool running) {
 }
 
 void VideoFeed::setClock(const MediaTime& time) {
-    clockMicroseconds_ = divideFloor(Int128(time.value) * 1'000'000, time.timescale);
+    clockMicroseconds_ = scaled(time.value, 1'000'000, time.timescale, Rounding::down);
 }
 
 std::optional<VideoFeed::Frame> VideoFeed::front() const {
@@ -92,7 +92,7 @@ bool VideoFeed::isLate(const VideoRenderer& renderer, const Job& job) const {
     if (!job.running || clock < 0 || job.index + 1 >= renderer.frameCount())
         return false;
     const MediaTime end = renderer.timeOf(job.index + 1);
-    return divideFloor(Int128(end.value) * 1'000'000, end.timescale) <= clock;
+    return scaled(end.value, 1'000'000, end.timescale, Rounding::down) <= clock;
 }
 
 // Swaps in the renderer of the next timeline, with the old one's decoders; the old one is
