@@ -23,7 +23,7 @@ constexpr uint preferDark = 1;
 // Adwaita's dark colours, with its blue accent.
 QPalette darkPalette() {
     const QColor window(0x24, 0x24, 0x24);
-    const QColor base(0x1e, 0x1e, 0x1e);
+    const QColor base(0x36, 0x36, 0x36); // fields and boxes stand out from the window
     const QColor button(0x35, 0x35, 0x35);
     const QColor text(0xff, 0xff, 0xff);
     const QColor dim(0x8a, 0x8a, 0x8a);
