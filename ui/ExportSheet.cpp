@@ -16,6 +16,7 @@
 #include <QFutureWatcher>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
@@ -157,7 +158,11 @@ ExportSheet::ExportSheet(Project& project, ExportController& controller, QWidget
     column->addWidget(footer_);
 
     auto* buttons = new QDialogButtonBox;
-    buttons->addButton(QDialogButtonBox::Cancel)->setAutoDefault(false);
+    QPushButton* cancelButton = buttons->addButton(QDialogButtonBox::Cancel);
+    cancelButton->setAutoDefault(false);
+    // Some desktop styles give the standard button an icon; Export… has none, and a lone red
+    // cross beside it reads as a warning.
+    cancelButton->setIcon(QIcon());
     QPushButton* exportButton =
         buttons->addButton(tr("Export\u2026"), QDialogButtonBox::AcceptRole);
     exportButton->setAccessibleName(tr("Export\u2026"));

@@ -11,6 +11,7 @@
 #include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QListView>
 #include <QPointer>
@@ -125,6 +126,7 @@ PhotoPicker::PhotoPicker(Project& project, std::optional<PhotoLibrary::Roots> ro
     addButton_->setDefault(true);
     addButton_->setEnabled(false);
     buttons->button(QDialogButtonBox::Cancel)->setAccessibleName(tr("Cancel"));
+    buttons->button(QDialogButtonBox::Cancel)->setIcon(QIcon()); // as bare as Add beside it
     connect(buttons, &QDialogButtonBox::accepted, this, &PhotoPicker::addPicked);
     connect(buttons, &QDialogButtonBox::rejected, this, &PhotoPicker::reject);
     footer->addWidget(status_);
