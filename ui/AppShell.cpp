@@ -1,5 +1,6 @@
 #include "ui/AppShell.h"
 
+#include "ui/FileIntake.h"
 #include "ui/MainWindow.h"
 
 #include <QPointer>
@@ -16,7 +17,7 @@ AppShell::AppShell(MediaAccess media, SessionStore store)
                 project,
                 [project, files] {
                     if (project)
-                        project->add(files);
+                        FileIntake::of(*project).add(files);
                 },
                 Qt::QueuedConnection);
         });

@@ -2,6 +2,7 @@
 
 #include "media/MediaProbe.h"
 #include "model/Project.h"
+#include "ui/FileIntake.h"
 
 #include <QAbstractItemView>
 #include <QDir>
@@ -79,7 +80,7 @@ void chooseFiles(Project& project, QWidget* parent) {
     QPointer<Project> target(&project);
     QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, target] {
         if (target)
-            target->add(dialog->selectedUrls());
+            FileIntake::of(*target).add(dialog->selectedUrls());
     });
     dialog->open();
 }

@@ -11,6 +11,7 @@
 #include "ui/EmptyState.h"
 #include "ui/ExportSheet.h"
 #include "ui/FileDrop.h"
+#include "ui/FileIntake.h"
 #include "ui/InspectorColumn.h"
 #include "ui/PhotoPicker.h"
 #include "ui/WindowToolbar.h"
@@ -84,7 +85,8 @@ void MainWindow::arrange() {
     setCentralWidget(central);
 
     overlay_ = new DropOverlay(*central);
-    drop_ = new FileDrop(*this, [this](const QList<QUrl>& files) { project_.add(files); });
+    drop_ = new FileDrop(*this,
+                         [this](const QList<QUrl>& files) { FileIntake::of(project_).add(files); });
     connect(drop_, &FileDrop::hoveringChanged, this, [this](bool hovering) {
         overlay_->setVisible(hovering);
         overlay_->raise();
