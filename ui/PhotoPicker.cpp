@@ -16,8 +16,10 @@
 #include <QListView>
 #include <QPointer>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QStackedWidget>
 #include <QThreadPool>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -135,6 +137,27 @@ PhotoPicker::PhotoPicker(Project& project, std::optional<PhotoLibrary::Roots> ro
     layout->addLayout(footer);
 
     findPlaces();
+    // Mounting a device does not change the folder it is mounted in (only creating the mount
+    // point does, and GVfs mounts phones elsewhere), so a file watcher would miss most
+    // connections; a few stats every two seconds do not.
+    auto* lookAgain = new QTimer(this);
+    lookAgain->setInterval(2000);
+    connect(lookAgain, &QTimer::timeout, this, [this] {
+        if (lookingAgain_ || !listed_)
+            return;
+        lookingAgain_ = true;
+        QThreadPool::globalInstance()->start(
+            [self = QPointer<PhotoPicker>(this), roots = roots_] {
+                deliver(self,
+                        PhotoLibrary::places(roots ? *roots : PhotoLibrary::Roots::standard()),
+                        [](PhotoPicker& picker, std::vector<PhotoLibrary::Place> found) {
+                            picker.lookingAgain_ = false;
+                            picker.placesChanged(found);
+                        });
+            },
+            listingPriority);
+    });
+    lookAgain->start();
 }
 
 void PhotoPicker::buildGrid() {
@@ -249,6 +272,28 @@ void PhotoPicker::placesFound(const std::vector<PhotoLibrary::Place>& places) {
     }
     places_->setCurrentIndex(0);
     listPlace(0);
+}
+
+// A device came or went: the list follows, and what is shown stays unless its place is gone.
+void PhotoPicker::placesChanged(const std::vector<PhotoLibrary::Place>& places) {
+    if (places == placeList_ || !listed_)
+        return;
+    const int current = places_->currentIndex();
+    const QString shown =
+        current >= 0 ? placeList_[static_cast<std::size_t>(current)].path : QString();
+    const auto kept = std::find_if(places.begin(), places.end(),
+                                   [&](const PhotoLibrary::Place& p) { return p.path == shown; });
+    if (shown.isEmpty() || kept == places.end()) {
+        placesFound(places);
+        return;
+    }
+    placeList_ = places;
+    const QSignalBlocker quiet(places_);
+    places_->clear();
+    for (const PhotoLibrary::Place& place : places)
+        places_->addItem(placeTitle(place, places));
+    places_->setEnabled(true);
+    places_->setCurrentIndex(static_cast<int>(kept - places.begin()));
 }
 
 void PhotoPicker::listPlace(int index) {

@@ -11,7 +11,8 @@
 // Interface thread only. Finding places, listing a place and making thumbnails run in the
 // background; results arrive as queued calls. The dialog deletes itself when it closes
 // (Qt::WA_DeleteOnClose), and however it closes it sets the project's showPhotosPicker back
-// to false. The project must outlive it.
+// to false. The project must outlive it. While it is open it looks for places again every two
+// seconds, so a camera or phone connected meanwhile appears in the place list.
 
 #include "media/PhotoLibrary.h"
 
@@ -67,6 +68,7 @@ private:
     QWidget* buildNote();
     void findPlaces();
     void placesFound(const std::vector<PhotoLibrary::Place>& places);
+    void placesChanged(const std::vector<PhotoLibrary::Place>& places);
     void listPlace(int index);
     void placeListed(int request, std::vector<PhotoLibrary::Item> items, bool exists);
     void showNote(const QString& title, const QString& text);
@@ -79,6 +81,7 @@ private:
     std::vector<PhotoLibrary::Place> placeList_;
     int listRequest_ = 0;
     bool listed_ = false;
+    bool lookingAgain_ = false; // a search for newly connected devices is under way
 
     QComboBox* places_ = nullptr;
     QStackedWidget* pages_ = nullptr;
