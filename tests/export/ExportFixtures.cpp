@@ -7,7 +7,7 @@
 #include "model/VimboError.h"
 #include "tests/support/Media.h"
 
-#include <QFileInfo>
+#include <QFile>
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -27,13 +27,13 @@ namespace {
 QStringList beep(const ClipSpec& s, double at) {
     const QString tone =
         QStringLiteral("if(between(t\\,%1\\,%2)\\,0.5*sin(2*PI*1000*t)\\,0)").arg(at).arg(at + 0.1);
-    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+    return {"-f", "lavfi", "-i",
             QStringLiteral("aevalsrc=%1|%1:s=%2:d=%3").arg(tone).arg(s.rate).arg(s.seconds)};
 }
 
 QStringList picture(const ClipSpec& s) {
     const int flashFrame = static_cast<int>(std::lround(s.flashAt * 30));
-    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+    return {"-f", "lavfi", "-i",
             QStringLiteral("color=black:s=%1x%2:r=30:d=%3,format=yuv420p,"
                            "drawbox=c=white:t=fill:enable='eq(n\\,%4)'")
                 .arg(s.size)
@@ -45,31 +45,25 @@ QStringList picture(const ClipSpec& s) {
 // Video and sound are made apart and joined with their own timestamps (-copyts): the muxer
 // would otherwise move the sound's start to the first frame's.
 QString phoneClip(const ClipSpec& s, const QString& name) {
-    const QString video = generated(
-        QStringLiteral("video-") + name,
-        picture(s) +
-            QStringList{
-                QStringLiteral("-c:v"), QStringLiteral("libx265"), QStringLiteral("-x265-params"),
-                QStringLiteral("log-level=none:bframes=2:keyint=15:min-keyint=15:open-gop=0"),
-                QStringLiteral("-preset"), QStringLiteral("ultrafast"), QStringLiteral("-tag:v"),
-                QStringLiteral("hvc1"), QStringLiteral("-video_track_timescale"),
-                QStringLiteral("600"), QStringLiteral("-use_editlist"), QStringLiteral("0")});
-    QStringList args{QStringLiteral("-copyts"), QStringLiteral("-i"), video};
-    QStringList maps{QStringLiteral("-map"), QStringLiteral("0:v")};
+    const QStringList mp4{"-video_track_timescale", "600", "-use_editlist", "0"};
+    const QString video =
+        generated("video-" + name,
+                  picture(s) +
+                      QStringList{"-c:v", "libx265", "-x265-params",
+                                  "log-level=none:bframes=2:keyint=15:min-keyint=15:open-gop=0",
+                                  "-preset", "ultrafast", "-tag:v", "hvc1"} +
+                      mp4);
+    QStringList args{"-copyts", "-i", video};
+    QStringList maps{"-map", "0:v"};
     if (s.withSound) {
         // The beep sounds with the flash, which the two B-frames show 1/15 s late.
         const QString sound =
-            generated(QStringLiteral("sound-") + name + QStringLiteral(".aac"),
-                      beep(s, s.flashAt + 2.0 / 30) +
-                          QStringList{QStringLiteral("-c:a"), QStringLiteral("aac"),
-                                      QStringLiteral("-f"), QStringLiteral("adts")});
-        args << QStringLiteral("-i") << sound;
-        maps << QStringLiteral("-map") << QStringLiteral("1:a");
+            generated("sound-" + name + ".aac",
+                      beep(s, s.flashAt + 2.0 / 30) + QStringList{"-c:a", "aac", "-f", "adts"});
+        args += QStringList{"-i", sound};
+        maps += QStringList{"-map", "1:a"};
     }
-    args << maps << QStringLiteral("-c") << QStringLiteral("copy")
-         << QStringLiteral("-video_track_timescale") << QStringLiteral("600")
-         << QStringLiteral("-use_editlist") << QStringLiteral("0");
-    return generated(name, args);
+    return generated(name, args + maps + QStringList{"-c", "copy"} + mp4);
 }
 
 } // namespace
@@ -81,17 +75,14 @@ QString flashClip(const ClipSpec& s) {
                              .arg(s.withSound)
                              .arg(s.rate)
                              .arg(s.size)
-                             .arg(s.phone ? QStringLiteral("-phone") : QString());
+                             .arg(s.phone ? "-phone" : QString());
     if (s.phone)
         return phoneClip(s, name);
     QStringList args = picture(s);
     if (s.withSound)
-        args << beep(s, s.flashAt) << QStringLiteral("-c:a") << QStringLiteral("aac");
-    args << QStringLiteral("-c:v") << QStringLiteral("libx264") << QStringLiteral("-g")
-         << QStringLiteral("15") << QStringLiteral("-bf") << QStringLiteral("2")
-         << QStringLiteral("-preset") << QStringLiteral("ultrafast") << QStringLiteral("-x264opts")
-         << QStringLiteral("bframes=2:b-adapt=0");
-    return generated(name, args);
+        args += beep(s, s.flashAt) + QStringList{"-c:a", "aac"};
+    return generated(name, args + QStringList{"-c:v", "libx264", "-g", "15", "-bf", "2", "-preset",
+                                              "ultrafast", "-x264opts", "bframes=2:b-adapt=0"});
 }
 
 Segment probed(const QString& path, const ClipEdits& edits) {
@@ -121,20 +112,24 @@ Outcome runExport(Exporter& exporter, const QString& to,
 
 QString decodeErrors(const QString& path) {
     QString output;
-    run(QStringLiteral("ffmpeg"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
-         QStringLiteral("-f"), QStringLiteral("null"), QStringLiteral("-")},
-        &output);
+    run("ffmpeg", {"-v", "error", "-i", path, "-f", "null", "-"}, &output);
     return output.trimmed();
 }
 
 double movieDuration(const QString& path) {
     QString output;
-    run(QStringLiteral("ffprobe"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-         QStringLiteral("format=duration"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), path},
+    run("ffprobe", {"-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", path},
         &output);
     return output.trimmed().toDouble();
+}
+
+QString videoSize(const QString& path) {
+    QString output;
+    run("ffprobe",
+        {"-v", "error", "-show_entries", "stream=width,height", "-select_streams", "v", "-of",
+         "csv=p=0", path},
+        &output);
+    return output.trimmed();
 }
 
 namespace {
@@ -215,6 +210,13 @@ std::vector<StoredPacket> videoPackets(const QString& path) {
         av_packet_unref(p.get());
     }
     return packets;
+}
+
+bool indexFirst(const QString& path) {
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const auto moov = bytes.indexOf("moov");
+    return moov > 0 && moov < bytes.indexOf("mdat");
 }
 
 QByteArray displayMatrix(const QString& path) {
