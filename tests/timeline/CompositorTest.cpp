@@ -62,6 +62,13 @@ struct Point {
     char colour;
 };
 
+// Four points at the corners of the box (left, top, right, bottom), then two more (x, y each),
+// with the colours expected there.
+std::vector<Point> points(const std::array<int, 8>& v, const char* colours) {
+    return {{v[0], v[1], colours[0]}, {v[2], v[1], colours[1]}, {v[0], v[3], colours[2]},
+            {v[2], v[3], colours[3]}, {v[4], v[5], colours[4]}, {v[6], v[7], colours[5]}};
+}
+
 std::string describe(const AVFrame& f, const std::vector<Point>& points) {
     std::string s;
     for (const Point& p : points)
@@ -95,6 +102,10 @@ TEST(Compositor, UprightTurnedAndPlaced) {
             p[i].colour = colours[i];
         return Case{what, {160, 160}, {160, 160}, o, turns, FillMode::fit, p};
     };
+    auto framed = [](const char* what, Size source, Size render, O o, std::int64_t turns,
+                     FillMode fill, std::vector<Point> p) {
+        return Case{what, source, render, o, turns, fill, std::move(p)};
+    };
     const std::vector<Case> cases{
         square("1 up", O::up, 0, "RGBW"),
         square("2 mirrored", O::upMirrored, 0, "GRWB"),
@@ -110,78 +121,17 @@ TEST(Compositor, UprightTurnedAndPlaced) {
         square("right and a turn", O::right, 1, "WBGR"),
         square("right and three turns", O::right, 3, "RGBW"),
         square("mirrored and a turn", O::upMirrored, 1, "WGBR"),
-        {"2:1 in a square, fit: bars above and below",
-         {320, 160},
-         {200, 200},
-         O::up,
-         0,
-         FillMode::fit,
-         {{50, 75, 'R'},
-          {150, 75, 'G'},
-          {50, 125, 'B'},
-          {150, 125, 'W'},
-          {100, 25, 'K'},
-          {100, 175, 'K'}}},
-        {"2:1 in a square, fill: the sides cut",
-         {320, 160},
-         {200, 200},
-         O::up,
-         0,
-         FillMode::fill,
-         {{50, 50, 'R'},
-          {150, 50, 'G'},
-          {50, 150, 'B'},
-          {150, 150, 'W'},
-          {2, 2, 'R'},
-          {197, 197, 'W'}}},
-        {"2:1 turned in a square, fit: bars left and right",
-         {320, 160},
-         {200, 200},
-         O::up,
-         1,
-         FillMode::fit,
-         {{75, 50, 'B'},
-          {125, 50, 'R'},
-          {75, 150, 'W'},
-          {125, 150, 'G'},
-          {25, 100, 'K'},
-          {175, 100, 'K'}}},
-        {"phone video upright in a wide frame, fit",
-         {320, 160},
-         {320, 180},
-         O::right,
-         0,
-         FillMode::fit,
-         {{137, 45, 'B'},
-          {182, 45, 'R'},
-          {137, 135, 'W'},
-          {182, 135, 'G'},
-          {50, 90, 'K'},
-          {270, 90, 'K'}}},
-        {"wide video in a tall frame, fill",
-         {320, 160},
-         {180, 320},
-         O::up,
-         0,
-         FillMode::fill,
-         {{45, 80, 'R'},
-          {135, 80, 'G'},
-          {45, 240, 'B'},
-          {135, 240, 'W'},
-          {0, 0, 'R'},
-          {179, 319, 'W'}}},
-        {"turned left in a tall frame, fill: top and bottom cut",
-         {320, 160},
-         {180, 320},
-         O::left,
-         0,
-         FillMode::fill,
-         {{45, 80, 'G'},
-          {135, 80, 'W'},
-          {45, 240, 'R'},
-          {135, 240, 'B'},
-          {0, 0, 'G'},
-          {179, 319, 'B'}}},
+        // The quadrants' centres, then two points of the bars or the corners.
+        framed("2:1 in a square, fit: bars above and below", {320, 160}, {200, 200}, O::up, 0,
+               FillMode::fit, points({50, 75, 150, 125, 100, 25, 100, 175}, "RGBWKK")),
+        framed("2:1 turned in a square, fit: bars left and right", {320, 160}, {200, 200}, O::up, 1,
+               FillMode::fit, points({75, 50, 125, 150, 25, 100, 175, 100}, "BRWGKK")),
+        framed("phone video upright in a wide frame, fit", {320, 160}, {320, 180}, O::right, 0,
+               FillMode::fit, points({137, 45, 182, 135, 50, 90, 270, 90}, "BRWGKK")),
+        framed("turned left in a tall frame, fill: top and bottom cut", {320, 160}, {180, 320},
+               O::left, 0, FillMode::fill, points({45, 80, 135, 240, 0, 0, 179, 319}, "GWRBGB")),
+        framed("2:1 in a square, fill: the sides cut", {320, 160}, {200, 200}, O::up, 0,
+               FillMode::fill, points({50, 50, 150, 150, 2, 2, 197, 197}, "RGBWRW")),
     };
     for (const Case& c : cases) {
         Compositor compositor;
@@ -240,14 +190,6 @@ TEST(Compositor, ConvertsEveryMatrixAndRangeToBt709) {
     }
 }
 
-TEST(Compositor, BlackWithoutASourceFrame) {
-    Compositor compositor;
-    const ff::FramePtr out = compositor.render(
-        videoInstruction(ImageOrientation::up, 0, FillMode::fit), nullptr, {64, 36}, 0);
-    ASSERT_TRUE(out);
-    EXPECT_EQ(describe(*out, {{0, 0, 'K'}, {32, 18, 'K'}, {63, 35, 'K'}}), "KKK");
-}
-
 TEST(Compositor, PhotoDecodedOncePerInstructionAndSize) {
     const QString plain = test::quadrantsPhoto();
     const QString photo = test::scratchFolder() + "/turned.jpg";
@@ -288,8 +230,13 @@ TEST(Compositor, PhotoDecodedOncePerInstructionAndSize) {
     EXPECT_EQ(describe(*compositor.render(missing, nullptr, {100, 200}, 0), {{50, 100, 'K'}}), "K");
 }
 
-TEST(Compositor, CancelAllDropsRequestsMadeBefore) {
+TEST(Compositor, BlackWithoutASourceAndNothingForCancelledRequests) {
     Compositor compositor;
+    const ff::FramePtr black = compositor.render(
+        videoInstruction(ImageOrientation::up, 0, FillMode::fit), nullptr, {64, 36}, 0);
+    ASSERT_TRUE(black);
+    EXPECT_EQ(describe(*black, {{0, 0, 'K'}, {32, 18, 'K'}, {63, 35, 'K'}}), "KKK");
+
     const ff::FramePtr source = quadrants(64, 64);
     const std::int64_t before = compositor.generation();
     compositor.cancelAll();
