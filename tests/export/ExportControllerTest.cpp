@@ -64,7 +64,7 @@ TEST(ExportController, RunsToDoneWithProgressAndRemainingTime) {
     Recorder recorder(controller);
     EXPECT_EQ(controller.state(), State::idle());
     const QUrl to = destination("done.mp4");
-    controller.start(clips(4), {}, ExportFormat::mp4, ExportQuality::high, to);
+    controller.start(clips(6), {}, ExportFormat::mp4, ExportQuality::high, to);
     EXPECT_EQ(controller.state(), State::running(0, std::nullopt)) << "running at once";
     ASSERT_TRUE(ended(controller));
     EXPECT_EQ(controller.state(), State::done(to));
