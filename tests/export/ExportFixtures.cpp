@@ -12,6 +12,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <optional>
 
 namespace vimbo::test {
 
@@ -144,14 +145,45 @@ ff::InputPtr open(const QString& path) {
     return input;
 }
 
-ff::CodecPtr decoderFor(const AVStream* s) {
-    const AVCodec* codec = avcodec_find_decoder(s->codecpar->codec_id);
-    ff::CodecPtr c(avcodec_alloc_context3(codec));
-    avcodec_parameters_to_context(c.get(), s->codecpar);
-    c->pkt_timebase = s->time_base;
-    if (avcodec_open2(c.get(), codec, nullptr) < 0)
-        return nullptr;
-    return c;
+// Decodes the file's best video and audio streams, handing each frame on with its stream's
+// kind and time base.
+void decode(const QString& path,
+            const std::function<void(const AVFrame&, AVMediaType, AVRational)>& onFrame) {
+    ff::InputPtr input = open(path);
+    if (!input)
+        return;
+    std::vector<std::pair<int, ff::CodecPtr>> decoders;
+    for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
+        const int index = av_find_best_stream(input.get(), type, -1, -1, nullptr, 0);
+        if (index < 0)
+            continue;
+        const AVStream* s = input->streams[index];
+        const AVCodec* codec = avcodec_find_decoder(s->codecpar->codec_id);
+        ff::CodecPtr c(avcodec_alloc_context3(codec));
+        avcodec_parameters_to_context(c.get(), s->codecpar);
+        c->pkt_timebase = s->time_base;
+        if (avcodec_open2(c.get(), codec, nullptr) >= 0)
+            decoders.emplace_back(index, std::move(c));
+    }
+    ff::PacketPtr p = ff::makePacket();
+    ff::FramePtr f = ff::makeFrame();
+    const auto send = [&](int stream, const AVPacket* packet) {
+        for (auto& [index, c] : decoders) {
+            if (index != stream || avcodec_send_packet(c.get(), packet) < 0)
+                continue;
+            const AVStream* s = input->streams[index];
+            while (avcodec_receive_frame(c.get(), f.get()) == 0) {
+                onFrame(*f, s->codecpar->codec_type, s->time_base);
+                av_frame_unref(f.get());
+            }
+        }
+    };
+    while (av_read_frame(input.get(), p.get()) >= 0) {
+        send(p->stream_index, p.get());
+        av_packet_unref(p.get());
+    }
+    for (const auto& d : decoders)
+        send(d.first, nullptr);
 }
 
 // Beep onsets: 1 ms windows whose level rises past a threshold after at least 0.2 s of quiet.
@@ -232,78 +264,39 @@ QByteArray displayMatrix(const QString& path) {
 
 std::vector<float> sound(const QString& path) {
     std::vector<float> samples;
-    ff::InputPtr input = open(path);
-    const int audio =
-        input ? av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) : -1;
-    if (audio < 0)
-        return samples;
-    ff::CodecPtr decoder = decoderFor(input->streams[audio]);
-    const AVRational tb = input->streams[audio]->time_base;
-    ff::PacketPtr p = ff::makePacket();
-    ff::FramePtr f = ff::makeFrame();
-    const auto drain = [&] {
-        while (avcodec_receive_frame(decoder.get(), f.get()) == 0) {
-            const auto at = av_rescale_q(f->best_effort_timestamp, tb, {1, f->sample_rate});
-            if (at >= 0 && static_cast<std::size_t>(at) > samples.size())
-                samples.resize(static_cast<std::size_t>(at));
-            const auto* data = reinterpret_cast<const float*>(f->extended_data[0]);
-            for (int i = std::max<int>(0, static_cast<int>(-at)); i < f->nb_samples; ++i)
-                samples.push_back(data[i]);
-            av_frame_unref(f.get());
-        }
-    };
-    while (av_read_frame(input.get(), p.get()) >= 0) {
-        if (p->stream_index == audio && avcodec_send_packet(decoder.get(), p.get()) >= 0)
-            drain();
-        av_packet_unref(p.get());
-    }
-    if (avcodec_send_packet(decoder.get(), nullptr) >= 0)
-        drain();
+    decode(path, [&](const AVFrame& f, AVMediaType type, AVRational tb) {
+        if (type != AVMEDIA_TYPE_AUDIO)
+            return;
+        const auto at = av_rescale_q(f.best_effort_timestamp, tb, {1, f.sample_rate});
+        if (at >= 0 && static_cast<std::size_t>(at) > samples.size())
+            samples.resize(static_cast<std::size_t>(at));
+        const auto* data = reinterpret_cast<const float*>(f.extended_data[0]);
+        for (int i = std::max<int>(0, static_cast<int>(-at)); i < f.nb_samples; ++i)
+            samples.push_back(data[i]);
+    });
     return samples;
 }
 
 Marks marks(const QString& path) {
     Marks result;
-    ff::InputPtr input = open(path);
-    if (!input)
-        return result;
-    const int video = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    const int audio = av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    ff::CodecPtr vdec = decoderFor(input->streams[video]);
-    ff::CodecPtr adec = audio >= 0 ? decoderFor(input->streams[audio]) : nullptr;
-    BeepFinder beeps(adec ? adec->sample_rate : 48000);
+    std::optional<BeepFinder> beeps;
     bool lit = false;
-    ff::PacketPtr p = ff::makePacket();
-    ff::FramePtr f = ff::makeFrame();
-    const auto drain = [&](AVCodecContext* c, int stream) {
-        const AVRational tb = input->streams[stream]->time_base;
-        while (avcodec_receive_frame(c, f.get()) == 0) {
-            const double t = static_cast<double>(f->best_effort_timestamp) * av_q2d(tb);
-            if (stream == video) {
-                const bool white = meanLuma(*f) > 128;
-                if (white && !lit)
-                    result.flashes.push_back(t);
-                lit = white;
-                result.videoEnd = t + static_cast<double>(f->pkt_duration) * av_q2d(tb);
-            } else {
-                beeps.add(reinterpret_cast<const float*>(f->extended_data[0]), f->nb_samples, t,
-                          result.beeps);
-                result.audioEnd = t + static_cast<double>(f->nb_samples) / f->sample_rate;
-            }
-            av_frame_unref(f.get());
+    decode(path, [&](const AVFrame& f, AVMediaType type, AVRational tb) {
+        const double time = static_cast<double>(f.best_effort_timestamp) * av_q2d(tb);
+        if (type == AVMEDIA_TYPE_VIDEO) {
+            const bool white = meanLuma(f) > 128;
+            if (white && !lit)
+                result.flashes.push_back(time);
+            lit = white;
+            result.videoEnd = time + static_cast<double>(f.pkt_duration) * av_q2d(tb);
+            return;
         }
-    };
-    while (av_read_frame(input.get(), p.get()) >= 0) {
-        AVCodecContext* c = p->stream_index == video   ? vdec.get()
-                            : p->stream_index == audio ? adec.get()
-                                                       : nullptr;
-        if (c && avcodec_send_packet(c, p.get()) >= 0)
-            drain(c, p->stream_index);
-        av_packet_unref(p.get());
-    }
-    for (auto [c, s] : {std::pair{vdec.get(), video}, std::pair{adec.get(), audio}})
-        if (c && avcodec_send_packet(c, nullptr) >= 0)
-            drain(c, s);
+        if (!beeps)
+            beeps.emplace(f.sample_rate);
+        beeps->add(reinterpret_cast<const float*>(f.extended_data[0]), f.nb_samples, time,
+                   result.beeps);
+        result.audioEnd = time + static_cast<double>(f.nb_samples) / f.sample_rate;
+    });
     return result;
 }
 
