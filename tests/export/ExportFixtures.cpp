@@ -12,7 +12,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <mutex>
-#include <optional>
 
 namespace vimbo::test {
 
@@ -186,37 +185,6 @@ void decode(const QString& path,
         send(d.first, nullptr);
 }
 
-// Beep onsets: 1 ms windows whose level rises past a threshold after at least 0.2 s of quiet.
-class BeepFinder {
-public:
-    explicit BeepFinder(int rate)
-        : window_(rate / 1000)
-        , rate_(rate) {}
-    void add(const float* samples, int count, double start, std::vector<double>& onsets) {
-        for (int i = 0; i < count; ++i) {
-            if (filled_ == 0)
-                windowStart_ = start + static_cast<double>(i) / rate_;
-            peak_ = std::max(peak_, std::fabs(samples[i]));
-            if (++filled_ < window_)
-                continue;
-            if (peak_ > 0.2f && windowStart_ - lastLoud_ > 0.2)
-                onsets.push_back(windowStart_);
-            if (peak_ > 0.2f)
-                lastLoud_ = windowStart_;
-            filled_ = 0;
-            peak_ = 0;
-        }
-    }
-
-private:
-    int window_;
-    int rate_;
-    int filled_ = 0;
-    float peak_ = 0;
-    double windowStart_ = 0;
-    double lastLoud_ = -1;
-};
-
 double meanLuma(const AVFrame& f) {
     double sum = 0;
     for (int y = 0; y < f.height; y += 8)
@@ -225,8 +193,11 @@ double meanLuma(const AVFrame& f) {
     return sum / ((f.height + 7) / 8) / ((f.width + 7) / 8);
 }
 
-} // namespace
-
+// The video packets of a file in file (decoding) order, with their presentation times.
+struct StoredPacket {
+    double time = 0;
+    QByteArray data;
+};
 std::vector<StoredPacket> videoPackets(const QString& path) {
     std::vector<StoredPacket> packets;
     ff::InputPtr input = open(path);
@@ -243,6 +214,8 @@ std::vector<StoredPacket> videoPackets(const QString& path) {
     }
     return packets;
 }
+
+} // namespace
 
 bool indexFirst(const QString& path) {
     QFile file(path);
@@ -279,8 +252,8 @@ std::vector<float> sound(const QString& path) {
 
 Marks marks(const QString& path) {
     Marks result;
-    std::optional<BeepFinder> beeps;
     bool lit = false;
+    double lastLoud = -1;
     decode(path, [&](const AVFrame& f, AVMediaType type, AVRational tb) {
         const double time = static_cast<double>(f.best_effort_timestamp) * av_q2d(tb);
         if (type == AVMEDIA_TYPE_VIDEO) {
@@ -291,10 +264,16 @@ Marks marks(const QString& path) {
             result.videoEnd = time + static_cast<double>(f.pkt_duration) * av_q2d(tb);
             return;
         }
-        if (!beeps)
-            beeps.emplace(f.sample_rate);
-        beeps->add(reinterpret_cast<const float*>(f.extended_data[0]), f.nb_samples, time,
-                   result.beeps);
+        // A beep starts where the sound grows loud after at least 0.2 s of quiet.
+        const auto* samples = reinterpret_cast<const float*>(f.extended_data[0]);
+        for (int i = 0; i < f.nb_samples; ++i) {
+            const double at = time + static_cast<double>(i) / f.sample_rate;
+            if (std::fabs(samples[i]) <= 0.2f)
+                continue;
+            if (at - lastLoud > 0.2)
+                result.beeps.push_back(at);
+            lastLoud = at;
+        }
         result.audioEnd = time + static_cast<double>(f.nb_samples) / f.sample_rate;
     });
     return result;

@@ -49,13 +49,6 @@ double movieDuration(const QString& path);
 // The video's stored width and height, as "1920,1080".
 QString videoSize(const QString& path);
 
-// The video packets of a file in file (decoding) order, with their presentation times.
-struct StoredPacket {
-    double time = 0;
-    QByteArray data;
-};
-std::vector<StoredPacket> videoPackets(const QString& path);
-
 // Whether the movie holds exactly the source packets a copy of the segments would: those shown
 // within each clip's trimmed range.
 bool copiedPackets(const QString& movie, const std::vector<Segment>& segments);
