@@ -83,24 +83,16 @@ TEST(Reencode, PresetsFollowQualityAndSources) {
     };
     Segment photo;
     photo.info = MediaInfo(MediaKind::photo);
-    struct Case {
-        ExportQuality quality;
-        std::vector<Segment> segments;
-        Preset expected;
-    };
-    const Case cases[] = {
-        {ExportQuality::original, {video("avc1"), video("hvc1")}, Preset::hevcHighestQuality},
-        {ExportQuality::original, {video("hev1")}, Preset::hevcHighestQuality},
-        {ExportQuality::original, {video("avc1", true)}, Preset::hevcHighestQuality},
-        {ExportQuality::original, {video("avc1"), photo}, Preset::highestQuality},
-        {ExportQuality::original, {video("HVC1")}, Preset::highestQuality}, // case-sensitive
-        {ExportQuality::original, {}, Preset::highestQuality},
-        {ExportQuality::high, {video("hvc1", true)}, Preset::highestQuality},
-        {ExportQuality::smaller, {video("avc1")}, Preset::hevc1920x1080},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(reencodingPreset(c.quality, c.segments), c.expected)
-            << rawValue(c.quality).toStdString() << " " << c.segments.size();
+    using Q = ExportQuality;
+    using P = Preset;
+    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1"), video("hvc1")}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("hev1")}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1", true)}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1"), photo}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("HVC1")}), P::highestQuality) << "case matters";
+    EXPECT_EQ(reencodingPreset(Q::original, {}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::high, {video("hvc1", true)}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::smaller, {video("avc1")}), P::hevc1920x1080);
 }
 
 TEST(Reencode, UnusableClipsAreDroppedAndShortPhotosLastATenth) {

@@ -1,7 +1,5 @@
 #include "timeline/Placement.h"
 
-#include "timeline/CompositorInstruction.h"
-
 #include <gtest/gtest.h>
 
 namespace vimbo {
@@ -57,16 +55,6 @@ TEST(Placement, PhotoPixelBudget) {
     };
     for (const Case& c : cases)
         EXPECT_EQ(photoPixelBudget(c.photo, c.turns, c.render, c.fill), c.expected) << c.what;
-}
-
-TEST(Placement, InstructionTurnsAndIdentity) {
-    const CompositorInstruction a({MediaTime::zero(), {1, 1}}, std::nullopt,
-                                  CompositorInstruction::Video{}, -1, FillMode::fit);
-    EXPECT_EQ(a.quarterTurns(), 3);
-    const CompositorInstruction b = a.with({5, 1});
-    EXPECT_EQ(b.timeRange(), (TimeRange{MediaTime::zero(), {5, 1}}));
-    EXPECT_EQ(b.quarterTurns(), 3);
-    EXPECT_NE(a.identity(), b.identity()) << "a copy is a new instruction";
 }
 
 } // namespace
