@@ -74,31 +74,28 @@ TEST(CopyPlan, TrimsAndJoinsAreCopiedOnlyWhenExact) {
         CopyRefusal expected;
         int clip;
     };
+    using R = CopyRefusal;
+    const VideoFacts otherSets = video(60, "IPPPPPPPPPPPPPP", "other");
+    const AudioFacts other = aac(2, 44100, "\x12\x10");
     const Case cases[] = {
-        {"untrimmed clips join", {clip(ip, 0, 2), clip(ip, 0, 2)}, CopyRefusal::none, -1},
-        {"B frames join", {clip(ibp, 0, 2), clip(ibp, 0, 2)}, CopyRefusal::none, -1},
-        {"start on a key frame", {clip(ip, 0, 2), clip(ip, 0.5, 2)}, CopyRefusal::none, -1},
-        {"start within a tick of a key frame", {clip(ip, 0.50001, 2)}, CopyRefusal::none, -1},
-        {"start on a P frame", {clip(ip, 0, 2), clip(ip, 0.6, 2)}, CopyRefusal::trimStartNotKey, 1},
-        {"start between frames", {clip(ip, 0.51, 2)}, CopyRefusal::trimStartBetweenFrames, 0},
-        {"end on any frame without B frames", {clip(ip, 0, 1.2)}, CopyRefusal::none, -1},
-        {"end between frames", {clip(ip, 0, 1.21)}, CopyRefusal::trimEndBetweenFrames, 0},
+        {"untrimmed clips join", {clip(ip, 0, 2), clip(ip, 0, 2)}, R::none, -1},
+        {"B frames join", {clip(ibp, 0, 2), clip(ibp, 0, 2)}, R::none, -1},
+        {"start on a key frame", {clip(ip, 0, 2), clip(ip, 0.5, 2)}, R::none, -1},
+        {"start within a tick of a key frame", {clip(ip, 0.50001, 2)}, R::none, -1},
+        {"start on a P frame", {clip(ip, 0, 2), clip(ip, 0.6, 2)}, R::trimStartNotKey, 1},
+        {"start between frames", {clip(ip, 0.51, 2)}, R::trimStartBetweenFrames, 0},
+        {"end on any frame without B frames", {clip(ip, 0, 1.2)}, R::none, -1},
+        {"end between frames", {clip(ip, 0, 1.21)}, R::trimEndBetweenFrames, 0},
         // 1.1 s is P 33: cutting there drops it, yet B 31 and B 32, which are kept, follow
         // it in decoding order because they refer to it.
-        {"end that drops a referenced P",
-         {clip(ibp, 0, 1.1)},
-         CopyRefusal::trimEndCutsReferences,
-         0},
-        {"end right after a P", {clip(ibp, 0, 1.0)}, CopyRefusal::none, -1},
-        {"parameter sets differ",
-         {clip(ip, 0, 2), clip(video(60, "IPPPPPPPPPPPPPP", "other"), 0, 2)},
-         CopyRefusal::parameterSetsDiffer,
+        {"end that drops a referenced P", {clip(ibp, 0, 1.1)}, R::trimEndCutsReferences, 0},
+        {"end right after a P", {clip(ibp, 0, 1.0)}, R::none, -1},
+        {"parameter sets", {clip(ip, 0, 2), clip(otherSets, 0, 2)}, R::parameterSetsDiffer, 1},
+        {"sound formats",
+         {clip(ip, 0, 2, aac(2)), clip(ip, 0, 2, other)},
+         R::audioFormatsDiffer,
          1},
-        {"sound formats differ",
-         {clip(ip, 0, 2, aac(2)), clip(ip, 0, 2, aac(2, 44100, "\x12\x10"))},
-         CopyRefusal::audioFormatsDiffer,
-         1},
-        {"no clips", {}, CopyRefusal::noClips, -1},
+        {"no clips", {}, R::noClips, -1},
     };
     for (const Case& c : cases) {
         const PlanResult r = planCopy(c.clips);

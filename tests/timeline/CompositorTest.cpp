@@ -17,17 +17,12 @@ using test::colourAt;
 ff::FramePtr quadrants(int w, int h, AVPixelFormat format = AV_PIX_FMT_YUV420P,
                        AVColorSpace matrix = AVCOL_SPC_BT709,
                        AVColorRange range = AVCOL_RANGE_MPEG) {
-    std::vector<std::uint8_t> rgb(static_cast<std::size_t>(w) * h * 3);
+    std::vector<std::uint8_t> rgb;
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const bool left = x < w / 2, top = y < h / 2;
-            const std::array<std::uint8_t, 3> c =
-                top ? (left ? std::array<std::uint8_t, 3>{255, 0, 0}
-                            : std::array<std::uint8_t, 3>{0, 255, 0})
-                    : (left ? std::array<std::uint8_t, 3>{0, 0, 255}
-                            : std::array<std::uint8_t, 3>{255, 255, 255});
-            std::copy(c.begin(), c.end(),
-                      rgb.begin() + (static_cast<std::ptrdiff_t>(y) * w + x) * 3);
+            const auto on = [](bool lit) { return static_cast<std::uint8_t>(lit ? 255 : 0); };
+            rgb.insert(rgb.end(), {on(left == top), on(!left), on(!top)});
         }
     ff::FramePtr f = ff::makeFrame();
     f->format = format;
