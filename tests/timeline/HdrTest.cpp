@@ -22,9 +22,8 @@ const QString referenceChain = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=
                                "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv,format=yuv420p";
 const QString matrixOnly = "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
 
-// A phone-like HEVC Main 10 clip: the test pattern's SDR white placed at 1000 cd/m², BT.2020.
-// Its two frames (0 and 0.1 s) are the same picture, so that the filmstrip's frame can be
-// compared with the first.
+// A phone-like HEVC Main 10 clip of two frames: the test pattern's SDR white placed at
+// 1000 cd/m², BT.2020.
 QString hdrClip(const QString& transfer) {
     return test::generated(
         "hdr-still-" + transfer + ".mp4",
