@@ -100,7 +100,8 @@ TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
     const double naiveError = meanAbsoluteError(naive, reference);
     std::printf("%s: mean absolute error %.2f (matrix only: %.2f)\n", qPrintable(name), error,
                 naiveError);
-    EXPECT_LT(error, 1.0);
+    // Real clips keep closer to the reference than the synthetic pattern's hard edges allow.
+    EXPECT_LT(error, generated ? 1.0 : 0.5);
     EXPECT_LT(error * 10, naiveError);
     if (generated) {
         // Scaled down first to odd sizes (blocks cut at the right and bottom edges).
