@@ -8,8 +8,9 @@
 
 namespace vimbo {
 
-ExportController::ExportController(QObject* parent)
-    : QObject(parent) {
+ExportController::ExportController(QObject* parent, double estimateAfter)
+    : QObject(parent)
+    , estimateAfter_(estimateAfter) {
     // A replaced export keeps running beside the new one; neither waits for a free thread.
     pool_.setMaxThreadCount(8);
 }
@@ -20,8 +21,9 @@ ExportController::~ExportController() {
     pool_.waitForDone();
 }
 
-std::optional<double> ExportController::remainingTime(double progress, double elapsed) {
-    if (progress > 0.05 && elapsed > 2.0)
+std::optional<double> ExportController::remainingTime(double progress, double elapsed,
+                                                      double estimateAfter) {
+    if (progress > 0.05 && elapsed > estimateAfter)
         return (1 - progress) * (elapsed / progress);
     return std::nullopt;
 }
@@ -94,7 +96,7 @@ void ExportController::progressed(std::uint64_t generation, double progress) {
         return;
     const double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
-    setState(State::running(progress, remainingTime(progress, elapsed)));
+    setState(State::running(progress, remainingTime(progress, elapsed, estimateAfter_)));
 }
 
 void ExportController::finished(std::uint64_t generation, const State& outcome) {

@@ -47,7 +47,9 @@ public:
         friend bool operator==(const State&, const State&) = default;
     };
 
-    explicit ExportController(QObject* parent = nullptr);
+    // `estimateAfter`: seconds an export runs before its remaining time is estimated (tests
+    // shorten it so that a short export shows an estimate too).
+    explicit ExportController(QObject* parent = nullptr, double estimateAfter = 2.0);
     // Cancels every export still running and waits for them to wind down.
     ~ExportController() override;
 
@@ -63,7 +65,8 @@ public:
 
     // Seconds left, from the fraction done and the seconds elapsed; absent while too early to
     // tell (too little progress or too little time for a fair estimate).
-    static std::optional<double> remainingTime(double progress, double elapsed);
+    static std::optional<double> remainingTime(double progress, double elapsed,
+                                               double estimateAfter = 2.0);
 
 signals:
     void stateChanged();
@@ -85,6 +88,7 @@ private:
     std::uint64_t generations_ = 0; // the last one handed out
     std::uint64_t current_ = 0;     // the generation whose reports count; 0 for none
     std::chrono::steady_clock::time_point started_;
+    double estimateAfter_;
     std::vector<Run> runs_;
     QThreadPool pool_;
 };

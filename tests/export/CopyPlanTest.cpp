@@ -12,41 +12,6 @@ extern "C" {
 namespace vimbo {
 namespace {
 
-// Why a plan was refused, for the failure messages.
-const char* refusalText(CopyRefusal refusal) {
-    switch (refusal) {
-    case CopyRefusal::none:
-        return "none";
-    case CopyRefusal::noClips:
-        return "no clips";
-    case CopyRefusal::codecDiffers:
-        return "video codecs or sizes differ";
-    case CopyRefusal::parameterSetsDiffer:
-        return "parameter sets differ";
-    case CopyRefusal::timeBase:
-        return "time bases cannot be joined exactly";
-    case CopyRefusal::trimStartNotKey:
-        return "trim start is not on a key frame";
-    case CopyRefusal::trimStartBetweenFrames:
-        return "trim start is between frames";
-    case CopyRefusal::trimEndBetweenFrames:
-        return "trim end is between frames";
-    case CopyRefusal::trimEndCutsReferences:
-        return "trim end drops a frame that kept frames reference";
-    case CopyRefusal::joinOrder:
-        return "decoding order breaks at a join";
-    case CopyRefusal::audioCodec:
-        return "sound is not AAC-LC";
-    case CopyRefusal::audioFormatsDiffer:
-        return "sound formats differ";
-    case CopyRefusal::audioNotContiguous:
-        return "sound has gaps";
-    case CopyRefusal::silenceUnavailable:
-        return "no matching silence for the gaps in the sound";
-    }
-    return "?";
-}
-
 constexpr int timescale = 15360; // 30 fps: 512 ticks a frame
 constexpr int tick = 512;
 
@@ -109,35 +74,32 @@ TEST(CopyPlan, TrimsAndJoinsAreCopiedOnlyWhenExact) {
         CopyRefusal expected;
         int clip;
     };
+    using R = CopyRefusal;
+    const VideoFacts otherSets = video(60, "IPPPPPPPPPPPPPP", "other");
+    const AudioFacts other = aac(2, 44100, "\x12\x10");
     const Case cases[] = {
-        {"untrimmed clips join", {clip(ip, 0, 2), clip(ip, 0, 2)}, CopyRefusal::none, -1},
-        {"B frames join", {clip(ibp, 0, 2), clip(ibp, 0, 2)}, CopyRefusal::none, -1},
-        {"start on a key frame", {clip(ip, 0, 2), clip(ip, 0.5, 2)}, CopyRefusal::none, -1},
-        {"start within a tick of a key frame", {clip(ip, 0.50001, 2)}, CopyRefusal::none, -1},
-        {"start on a P frame", {clip(ip, 0, 2), clip(ip, 0.6, 2)}, CopyRefusal::trimStartNotKey, 1},
-        {"start between frames", {clip(ip, 0.51, 2)}, CopyRefusal::trimStartBetweenFrames, 0},
-        {"end on any frame without B frames", {clip(ip, 0, 1.2)}, CopyRefusal::none, -1},
-        {"end between frames", {clip(ip, 0, 1.21)}, CopyRefusal::trimEndBetweenFrames, 0},
+        {"untrimmed clips join", {clip(ip, 0, 2), clip(ip, 0, 2)}, R::none, -1},
+        {"B frames join", {clip(ibp, 0, 2), clip(ibp, 0, 2)}, R::none, -1},
+        {"start on a key frame", {clip(ip, 0, 2), clip(ip, 0.5, 2)}, R::none, -1},
+        {"start within a tick of a key frame", {clip(ip, 0.50001, 2)}, R::none, -1},
+        {"start on a P frame", {clip(ip, 0, 2), clip(ip, 0.6, 2)}, R::trimStartNotKey, 1},
+        {"start between frames", {clip(ip, 0.51, 2)}, R::trimStartBetweenFrames, 0},
+        {"end on any frame without B frames", {clip(ip, 0, 1.2)}, R::none, -1},
+        {"end between frames", {clip(ip, 0, 1.21)}, R::trimEndBetweenFrames, 0},
         // 1.1 s is P 33: cutting there drops it, yet B 31 and B 32, which are kept, follow
         // it in decoding order because they refer to it.
-        {"end that drops a referenced P",
-         {clip(ibp, 0, 1.1)},
-         CopyRefusal::trimEndCutsReferences,
-         0},
-        {"end right after a P", {clip(ibp, 0, 1.0)}, CopyRefusal::none, -1},
-        {"parameter sets differ",
-         {clip(ip, 0, 2), clip(video(60, "IPPPPPPPPPPPPPP", "other"), 0, 2)},
-         CopyRefusal::parameterSetsDiffer,
+        {"end that drops a referenced P", {clip(ibp, 0, 1.1)}, R::trimEndCutsReferences, 0},
+        {"end right after a P", {clip(ibp, 0, 1.0)}, R::none, -1},
+        {"parameter sets", {clip(ip, 0, 2), clip(otherSets, 0, 2)}, R::parameterSetsDiffer, 1},
+        {"sound formats",
+         {clip(ip, 0, 2, aac(2)), clip(ip, 0, 2, other)},
+         R::audioFormatsDiffer,
          1},
-        {"sound formats differ",
-         {clip(ip, 0, 2, aac(2)), clip(ip, 0, 2, aac(2, 44100, "\x12\x10"))},
-         CopyRefusal::audioFormatsDiffer,
-         1},
-        {"no clips", {}, CopyRefusal::noClips, -1},
+        {"no clips", {}, R::noClips, -1},
     };
     for (const Case& c : cases) {
         const PlanResult r = planCopy(c.clips);
-        EXPECT_EQ(r.refusal, c.expected) << c.what << ": " << refusalText(r.refusal);
+        EXPECT_EQ(r.refusal, c.expected) << c.what << ": refused as " << int(r.refusal);
         EXPECT_EQ(r.clip, c.clip) << c.what;
         EXPECT_EQ(r.plan.has_value(), c.expected == CopyRefusal::none) << c.what;
     }
@@ -151,7 +113,7 @@ TEST(CopyPlan, TheTracksStatedLengthEndsIt) {
     VideoFacts ragged = cut;
     ragged.declaredEnd = 27 * tick + 200;
     const PlanResult a = planCopy({clip(held, 0, 5), clip(cut, 0, 5)});
-    ASSERT_TRUE(a.plan) << refusalText(a.refusal);
+    ASSERT_TRUE(a.plan) << int(a.refusal);
     EXPECT_EQ(a.plan->video[1].outputStart, 31 * tick + 100);
     EXPECT_EQ(a.plan->video[1].endPacket - a.plan->video[1].firstPacket, 27);
     EXPECT_EQ(a.plan->duration, 31 * tick + 100 + 27 * tick);
@@ -161,7 +123,7 @@ TEST(CopyPlan, TheTracksStatedLengthEndsIt) {
 TEST(CopyPlan, VideoLandsEndToEndWithDecodingOrderKept) {
     const VideoFacts ibp = video(60, "IBBPBBPBBPBBPBB");
     const PlanResult r = planCopy({clip(ibp, 0.5, 2), clip(ibp, 0, 1.0), clip(ibp, 1.0, 2)});
-    ASSERT_TRUE(r.plan) << refusalText(r.refusal);
+    ASSERT_TRUE(r.plan) << int(r.refusal);
     const CopyPlan& p = *r.plan;
     EXPECT_EQ(p.videoTimeBase.den, timescale);
     ASSERT_EQ(p.video.size(), 3u);
@@ -182,7 +144,7 @@ TEST(CopyPlan, SoundIsPlacedFromEachClipsAbsoluteStart) {
     std::vector<CopyClip> clips(40, clip(ip, 0, 2, aac(37.0 / 30)));
     clips[3].audio.reset(); // a clip without sound: silence
     const PlanResult r = planCopy(clips);
-    ASSERT_TRUE(r.plan) << refusalText(r.refusal);
+    ASSERT_TRUE(r.plan) << int(r.refusal);
     const AudioPlan& a = *r.plan->audio;
     EXPECT_EQ(a.priming, 1024); // the first clip's own priming, copied with its packet
     EXPECT_TRUE(a.needsSilence);
@@ -218,14 +180,6 @@ TEST(CopyPlan, TrimmedFirstClipStartsItsSoundExactly) {
     EXPECT_EQ(a.priming, 1024 + 448);
     EXPECT_EQ(a.clips[0].slotBegin - a.clips[0].packetOffset, 23); // the pre-roll packet
     EXPECT_FALSE(a.needsSilence);
-}
-
-TEST(CopyPlan, ReadsAacConfigurations) {
-    EXPECT_EQ(aacConfig(QByteArray("\x11\x90", 2)), (AacConfig{2, 3, 2})); // LC 48k stereo
-    EXPECT_EQ(aacConfig(QByteArray("\x12\x08", 2)), (AacConfig{2, 4, 1})); // LC 44.1k mono
-    EXPECT_EQ(aacConfig(QByteArray("\x11\x90\x56\xe5\x00", 5)), (AacConfig{2, 3, 2}));
-    EXPECT_FALSE(aacConfig(QByteArray("\x11", 1)));
-    EXPECT_FALSE(aacConfig(QByteArray("\xf8\x00", 2))); // escaped object type
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include "model/VimboError.h"
 #include "tests/support/Media.h"
 
-#include <QFileInfo>
+#include <QFile>
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -27,13 +27,13 @@ namespace {
 QStringList beep(const ClipSpec& s, double at) {
     const QString tone =
         QStringLiteral("if(between(t\\,%1\\,%2)\\,0.5*sin(2*PI*1000*t)\\,0)").arg(at).arg(at + 0.1);
-    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+    return {"-f", "lavfi", "-i",
             QStringLiteral("aevalsrc=%1|%1:s=%2:d=%3").arg(tone).arg(s.rate).arg(s.seconds)};
 }
 
 QStringList picture(const ClipSpec& s) {
     const int flashFrame = static_cast<int>(std::lround(s.flashAt * 30));
-    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+    return {"-f", "lavfi", "-i",
             QStringLiteral("color=black:s=%1x%2:r=30:d=%3,format=yuv420p,"
                            "drawbox=c=white:t=fill:enable='eq(n\\,%4)'")
                 .arg(s.size)
@@ -45,31 +45,25 @@ QStringList picture(const ClipSpec& s) {
 // Video and sound are made apart and joined with their own timestamps (-copyts): the muxer
 // would otherwise move the sound's start to the first frame's.
 QString phoneClip(const ClipSpec& s, const QString& name) {
-    const QString video = generated(
-        QStringLiteral("video-") + name,
-        picture(s) +
-            QStringList{
-                QStringLiteral("-c:v"), QStringLiteral("libx265"), QStringLiteral("-x265-params"),
-                QStringLiteral("log-level=none:bframes=2:keyint=15:min-keyint=15:open-gop=0"),
-                QStringLiteral("-preset"), QStringLiteral("ultrafast"), QStringLiteral("-tag:v"),
-                QStringLiteral("hvc1"), QStringLiteral("-video_track_timescale"),
-                QStringLiteral("600"), QStringLiteral("-use_editlist"), QStringLiteral("0")});
-    QStringList args{QStringLiteral("-copyts"), QStringLiteral("-i"), video};
-    QStringList maps{QStringLiteral("-map"), QStringLiteral("0:v")};
+    const QStringList mp4{"-video_track_timescale", "600", "-use_editlist", "0"};
+    const QString video =
+        generated("video-" + name,
+                  picture(s) +
+                      QStringList{"-c:v", "libx265", "-x265-params",
+                                  "log-level=none:bframes=2:keyint=15:min-keyint=15:open-gop=0",
+                                  "-preset", "ultrafast", "-tag:v", "hvc1"} +
+                      mp4);
+    QStringList args{"-copyts", "-i", video};
+    QStringList maps{"-map", "0:v"};
     if (s.withSound) {
         // The beep sounds with the flash, which the two B-frames show 1/15 s late.
         const QString sound =
-            generated(QStringLiteral("sound-") + name + QStringLiteral(".aac"),
-                      beep(s, s.flashAt + 2.0 / 30) +
-                          QStringList{QStringLiteral("-c:a"), QStringLiteral("aac"),
-                                      QStringLiteral("-f"), QStringLiteral("adts")});
-        args << QStringLiteral("-i") << sound;
-        maps << QStringLiteral("-map") << QStringLiteral("1:a");
+            generated("sound-" + name + ".aac",
+                      beep(s, s.flashAt + 2.0 / 30) + QStringList{"-c:a", "aac", "-f", "adts"});
+        args += QStringList{"-i", sound};
+        maps += QStringList{"-map", "1:a"};
     }
-    args << maps << QStringLiteral("-c") << QStringLiteral("copy")
-         << QStringLiteral("-video_track_timescale") << QStringLiteral("600")
-         << QStringLiteral("-use_editlist") << QStringLiteral("0");
-    return generated(name, args);
+    return generated(name, args + maps + QStringList{"-c", "copy"} + mp4);
 }
 
 } // namespace
@@ -81,17 +75,14 @@ QString flashClip(const ClipSpec& s) {
                              .arg(s.withSound)
                              .arg(s.rate)
                              .arg(s.size)
-                             .arg(s.phone ? QStringLiteral("-phone") : QString());
+                             .arg(s.phone ? "-phone" : QString());
     if (s.phone)
         return phoneClip(s, name);
     QStringList args = picture(s);
     if (s.withSound)
-        args << beep(s, s.flashAt) << QStringLiteral("-c:a") << QStringLiteral("aac");
-    args << QStringLiteral("-c:v") << QStringLiteral("libx264") << QStringLiteral("-g")
-         << QStringLiteral("15") << QStringLiteral("-bf") << QStringLiteral("2")
-         << QStringLiteral("-preset") << QStringLiteral("ultrafast") << QStringLiteral("-x264opts")
-         << QStringLiteral("bframes=2:b-adapt=0");
-    return generated(name, args);
+        args += beep(s, s.flashAt) + QStringList{"-c:a", "aac"};
+    return generated(name, args + QStringList{"-c:v", "libx264", "-g", "15", "-bf", "2", "-preset",
+                                              "ultrafast", "-x264opts", "bframes=2:b-adapt=0"});
 }
 
 Segment probed(const QString& path, const ClipEdits& edits) {
@@ -121,20 +112,24 @@ Outcome runExport(Exporter& exporter, const QString& to,
 
 QString decodeErrors(const QString& path) {
     QString output;
-    run(QStringLiteral("ffmpeg"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
-         QStringLiteral("-f"), QStringLiteral("null"), QStringLiteral("-")},
-        &output);
+    run("ffmpeg", {"-v", "error", "-i", path, "-f", "null", "-"}, &output);
     return output.trimmed();
 }
 
 double movieDuration(const QString& path) {
     QString output;
-    run(QStringLiteral("ffprobe"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-         QStringLiteral("format=duration"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), path},
+    run("ffprobe", {"-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", path},
         &output);
     return output.trimmed().toDouble();
+}
+
+QString videoSize(const QString& path) {
+    QString output;
+    run("ffprobe",
+        {"-v", "error", "-show_entries", "stream=width,height", "-select_streams", "v", "-of",
+         "csv=p=0", path},
+        &output);
+    return output.trimmed();
 }
 
 namespace {
@@ -149,46 +144,46 @@ ff::InputPtr open(const QString& path) {
     return input;
 }
 
-ff::CodecPtr decoderFor(const AVStream* s) {
-    const AVCodec* codec = avcodec_find_decoder(s->codecpar->codec_id);
-    ff::CodecPtr c(avcodec_alloc_context3(codec));
-    avcodec_parameters_to_context(c.get(), s->codecpar);
-    c->pkt_timebase = s->time_base;
-    if (avcodec_open2(c.get(), codec, nullptr) < 0)
-        return nullptr;
-    return c;
-}
-
-// Beep onsets: 1 ms windows whose level rises past a threshold after at least 0.2 s of quiet.
-class BeepFinder {
-public:
-    explicit BeepFinder(int rate)
-        : window_(rate / 1000)
-        , rate_(rate) {}
-    void add(const float* samples, int count, double start, std::vector<double>& onsets) {
-        for (int i = 0; i < count; ++i) {
-            if (filled_ == 0)
-                windowStart_ = start + static_cast<double>(i) / rate_;
-            peak_ = std::max(peak_, std::fabs(samples[i]));
-            if (++filled_ < window_)
-                continue;
-            if (peak_ > 0.2f && windowStart_ - lastLoud_ > 0.2)
-                onsets.push_back(windowStart_);
-            if (peak_ > 0.2f)
-                lastLoud_ = windowStart_;
-            filled_ = 0;
-            peak_ = 0;
-        }
+// Decodes the file's best video and audio streams, handing each frame on with its stream's
+// kind and time base.
+void decode(const QString& path,
+            const std::function<void(const AVFrame&, AVMediaType, AVRational)>& onFrame) {
+    ff::InputPtr input = open(path);
+    if (!input)
+        return;
+    std::vector<std::pair<int, ff::CodecPtr>> decoders;
+    for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
+        const int index = av_find_best_stream(input.get(), type, -1, -1, nullptr, 0);
+        if (index < 0)
+            continue;
+        const AVStream* s = input->streams[index];
+        const AVCodec* codec = avcodec_find_decoder(s->codecpar->codec_id);
+        ff::CodecPtr c(avcodec_alloc_context3(codec));
+        avcodec_parameters_to_context(c.get(), s->codecpar);
+        c->pkt_timebase = s->time_base;
+        if (avcodec_open2(c.get(), codec, nullptr) >= 0)
+            decoders.emplace_back(index, std::move(c));
     }
-
-private:
-    int window_;
-    int rate_;
-    int filled_ = 0;
-    float peak_ = 0;
-    double windowStart_ = 0;
-    double lastLoud_ = -1;
-};
+    ff::PacketPtr p = ff::makePacket();
+    ff::FramePtr f = ff::makeFrame();
+    const auto send = [&](int stream, const AVPacket* packet) {
+        for (auto& [index, c] : decoders) {
+            if (index != stream || avcodec_send_packet(c.get(), packet) < 0)
+                continue;
+            const AVStream* s = input->streams[index];
+            while (avcodec_receive_frame(c.get(), f.get()) == 0) {
+                onFrame(*f, s->codecpar->codec_type, s->time_base);
+                av_frame_unref(f.get());
+            }
+        }
+    };
+    while (av_read_frame(input.get(), p.get()) >= 0) {
+        send(p->stream_index, p.get());
+        av_packet_unref(p.get());
+    }
+    for (const auto& d : decoders)
+        send(d.first, nullptr);
+}
 
 double meanLuma(const AVFrame& f) {
     double sum = 0;
@@ -198,8 +193,11 @@ double meanLuma(const AVFrame& f) {
     return sum / ((f.height + 7) / 8) / ((f.width + 7) / 8);
 }
 
-} // namespace
-
+// The video packets of a file in file (decoding) order, with their presentation times.
+struct StoredPacket {
+    double time = 0;
+    QByteArray data;
+};
 std::vector<StoredPacket> videoPackets(const QString& path) {
     std::vector<StoredPacket> packets;
     ff::InputPtr input = open(path);
@@ -217,6 +215,15 @@ std::vector<StoredPacket> videoPackets(const QString& path) {
     return packets;
 }
 
+} // namespace
+
+bool indexFirst(const QString& path) {
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const auto moov = bytes.indexOf("moov");
+    return moov > 0 && moov < bytes.indexOf("mdat");
+}
+
 QByteArray displayMatrix(const QString& path) {
     ff::InputPtr input = open(path);
     if (!input)
@@ -230,78 +237,45 @@ QByteArray displayMatrix(const QString& path) {
 
 std::vector<float> sound(const QString& path) {
     std::vector<float> samples;
-    ff::InputPtr input = open(path);
-    const int audio =
-        input ? av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) : -1;
-    if (audio < 0)
-        return samples;
-    ff::CodecPtr decoder = decoderFor(input->streams[audio]);
-    const AVRational tb = input->streams[audio]->time_base;
-    ff::PacketPtr p = ff::makePacket();
-    ff::FramePtr f = ff::makeFrame();
-    const auto drain = [&] {
-        while (avcodec_receive_frame(decoder.get(), f.get()) == 0) {
-            const auto at = av_rescale_q(f->best_effort_timestamp, tb, {1, f->sample_rate});
-            if (at >= 0 && static_cast<std::size_t>(at) > samples.size())
-                samples.resize(static_cast<std::size_t>(at));
-            const auto* data = reinterpret_cast<const float*>(f->extended_data[0]);
-            for (int i = std::max<int>(0, static_cast<int>(-at)); i < f->nb_samples; ++i)
-                samples.push_back(data[i]);
-            av_frame_unref(f.get());
-        }
-    };
-    while (av_read_frame(input.get(), p.get()) >= 0) {
-        if (p->stream_index == audio && avcodec_send_packet(decoder.get(), p.get()) >= 0)
-            drain();
-        av_packet_unref(p.get());
-    }
-    if (avcodec_send_packet(decoder.get(), nullptr) >= 0)
-        drain();
+    decode(path, [&](const AVFrame& f, AVMediaType type, AVRational tb) {
+        if (type != AVMEDIA_TYPE_AUDIO)
+            return;
+        const auto at = av_rescale_q(f.best_effort_timestamp, tb, {1, f.sample_rate});
+        if (at >= 0 && static_cast<std::size_t>(at) > samples.size())
+            samples.resize(static_cast<std::size_t>(at));
+        const auto* data = reinterpret_cast<const float*>(f.extended_data[0]);
+        for (int i = std::max<int>(0, static_cast<int>(-at)); i < f.nb_samples; ++i)
+            samples.push_back(data[i]);
+    });
     return samples;
 }
 
 Marks marks(const QString& path) {
     Marks result;
-    ff::InputPtr input = open(path);
-    if (!input)
-        return result;
-    const int video = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    const int audio = av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    ff::CodecPtr vdec = decoderFor(input->streams[video]);
-    ff::CodecPtr adec = audio >= 0 ? decoderFor(input->streams[audio]) : nullptr;
-    BeepFinder beeps(adec ? adec->sample_rate : 48000);
     bool lit = false;
-    ff::PacketPtr p = ff::makePacket();
-    ff::FramePtr f = ff::makeFrame();
-    const auto drain = [&](AVCodecContext* c, int stream) {
-        const AVRational tb = input->streams[stream]->time_base;
-        while (avcodec_receive_frame(c, f.get()) == 0) {
-            const double t = static_cast<double>(f->best_effort_timestamp) * av_q2d(tb);
-            if (stream == video) {
-                const bool white = meanLuma(*f) > 128;
-                if (white && !lit)
-                    result.flashes.push_back(t);
-                lit = white;
-                result.videoEnd = t + static_cast<double>(f->pkt_duration) * av_q2d(tb);
-            } else {
-                beeps.add(reinterpret_cast<const float*>(f->extended_data[0]), f->nb_samples, t,
-                          result.beeps);
-                result.audioEnd = t + static_cast<double>(f->nb_samples) / f->sample_rate;
-            }
-            av_frame_unref(f.get());
+    double lastLoud = -1;
+    decode(path, [&](const AVFrame& f, AVMediaType type, AVRational tb) {
+        const double time = static_cast<double>(f.best_effort_timestamp) * av_q2d(tb);
+        if (type == AVMEDIA_TYPE_VIDEO) {
+            const bool white = meanLuma(f) > 128;
+            if (white && !lit)
+                result.flashes.push_back(time);
+            lit = white;
+            result.videoEnd = time + static_cast<double>(f.pkt_duration) * av_q2d(tb);
+            return;
         }
-    };
-    while (av_read_frame(input.get(), p.get()) >= 0) {
-        AVCodecContext* c = p->stream_index == video   ? vdec.get()
-                            : p->stream_index == audio ? adec.get()
-                                                       : nullptr;
-        if (c && avcodec_send_packet(c, p.get()) >= 0)
-            drain(c, p->stream_index);
-        av_packet_unref(p.get());
-    }
-    for (auto [c, s] : {std::pair{vdec.get(), video}, std::pair{adec.get(), audio}})
-        if (c && avcodec_send_packet(c, nullptr) >= 0)
-            drain(c, s);
+        // A beep starts where the sound grows loud after at least 0.2 s of quiet.
+        const auto* samples = reinterpret_cast<const float*>(f.extended_data[0]);
+        for (int i = 0; i < f.nb_samples; ++i) {
+            const double at = time + static_cast<double>(i) / f.sample_rate;
+            if (std::fabs(samples[i]) <= 0.2f)
+                continue;
+            if (at - lastLoud > 0.2)
+                result.beeps.push_back(at);
+            lastLoud = at;
+        }
+        result.audioEnd = time + static_cast<double>(f.nb_samples) / f.sample_rate;
+    });
     return result;
 }
 

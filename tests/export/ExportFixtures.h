@@ -46,17 +46,15 @@ QString decodeErrors(const QString& path);
 
 // Seconds the file's longest stream lasts, as a player reads it.
 double movieDuration(const QString& path);
-
-// The video packets of a file in file (decoding) order, with their presentation times.
-struct StoredPacket {
-    double time = 0;
-    QByteArray data;
-};
-std::vector<StoredPacket> videoPackets(const QString& path);
+// The video's stored width and height, as "1920,1080".
+QString videoSize(const QString& path);
 
 // Whether the movie holds exactly the source packets a copy of the segments would: those shown
 // within each clip's trimmed range.
 bool copiedPackets(const QString& movie, const std::vector<Segment>& segments);
+
+// Whether the movie's index comes before its media ("optimised for network use").
+bool indexFirst(const QString& path);
 
 // The video stream's display matrix (nine numbers), or empty.
 QByteArray displayMatrix(const QString& path);

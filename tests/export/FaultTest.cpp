@@ -48,7 +48,7 @@ TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
         std::uniform_int_distribution<int> delay(0, copy ? 60 : 1500);
         Exporter exporter(clips, {}, ExportFormat::mp4,
                           copy ? ExportQuality::original : ExportQuality::high);
-        const QString out = scratchFolder() + QStringLiteral("/cancelled.mp4");
+        const QString out = scratchFolder() + "/cancelled.mp4";
         const int ms = delay(random);
         std::thread canceller([&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(ms));
@@ -71,7 +71,7 @@ TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
 }
 
 TEST(Fault, CancelBeforeTheStartWritesNothing) {
-    const QString out = placeholder(scratchFolder() + QStringLiteral("/early.mp4"));
+    const QString out = placeholder(scratchFolder() + "/early.mp4");
     Exporter exporter({probed(flashClip())}, {}, ExportFormat::mp4, ExportQuality::high);
     exporter.cancel();
     const Outcome outcome = runExport(exporter, out);
@@ -89,7 +89,7 @@ TEST(Fault, ClipFileRemovedDuringTheExport) {
     for (int attempt = 0; attempt < 6 && !failed; ++attempt) {
         const std::vector<Segment> clips = copies(3, scratchFolder());
         const QString doomed = clips.back().url.toLocalFile();
-        const QString out = placeholder(scratchFolder() + QStringLiteral("/gone.mp4"));
+        const QString out = placeholder(scratchFolder() + "/gone.mp4");
         Exporter exporter(clips, {}, ExportFormat::mp4, ExportQuality::high);
         const Outcome outcome = runExport(exporter, out, [&](double) { QFile::remove(doomed); });
         if (outcome.kind == Outcome::Kind::done) {
@@ -114,12 +114,11 @@ TEST(Fault, ClipFileRemovedBetweenPlanAndCopy) {
     ASSERT_TRUE(job);
     QFile::remove(clips.back().url.toLocalFile());
     try {
-        copyStreams(*job, scratchFolder() + QStringLiteral("/gone.mp4"), ExportFormat::mp4, cancel,
-                    [](double) {});
+        copyStreams(*job, scratchFolder() + "/gone.mp4", ExportFormat::mp4, cancel, [](double) {});
         ADD_FAILURE() << "the copy succeeded without its last clip";
     } catch (const VimboError& e) {
         EXPECT_EQ(e.errorDescription(),
-                  QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted during the export."));
+                  "\u201Cclip2.mp4\u201D was moved or deleted during the export.");
     }
 }
 
@@ -127,16 +126,15 @@ TEST(Fault, ClipFileRemovedBetweenPlanAndCopy) {
 // stops there and then, not once the picture has caught up with it.
 TEST(Fault, AFailingSoundStageStopsTheExportAtOnce) {
     const QString folder = scratchFolder();
-    const QString gone = folder + QStringLiteral("/gone.mp4");
+    const QString gone = folder + "/gone.mp4";
     QFile::copy(flashClip(), gone);
     const std::vector<Segment> clips{probed(flashClip({.seconds = 4})), probed(gone)};
     const auto timeline =
         std::make_shared<const Timeline>(Timeline::build(clips, {}, std::nullopt, false));
     double written = 0; // the fraction of the picture encoded, reported frame by frame
     try {
-        reencode(timeline, Preset::highestQuality, ExportFormat::mp4,
-                 folder + QStringLiteral("/out.mp4"), std::make_shared<const CancelFlag>(),
-                 [&](double f) {
+        reencode(timeline, Preset::highestQuality, ExportFormat::mp4, folder + "/out.mp4",
+                 std::make_shared<const CancelFlag>(), [&](double f) {
                      QFile::remove(gone); // before either stage reaches the clip
                      written = f;
                  });
@@ -147,12 +145,14 @@ TEST(Fault, AFailingSoundStageStopsTheExportAtOnce) {
     EXPECT_LT(written, 0.5) << "the picture went on towards the missing clip";
 }
 
-TEST(Fault, UnwritableDestinations) {
-    std::vector<QString> destinations{QStringLiteral("/proc/vimbo-no-folder/out.mp4")};
+// A folder that cannot be written fails with its sentence on both paths; a project with nothing
+// to merge fails before it touches the destination.
+TEST(Fault, FailuresNameTheirCauseAndWriteNothing) {
+    std::vector<QString> destinations{"/proc/vimbo-no-folder/out.mp4"};
     if (::geteuid() != 0) { // permissions do not stop root
         const QString locked = scratchFolder();
         QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner);
-        destinations.push_back(locked + QStringLiteral("/out.mp4"));
+        destinations.push_back(locked + "/out.mp4");
     }
     for (const ExportQuality quality : {ExportQuality::original, ExportQuality::high})
         for (const QString& out : destinations) {
@@ -160,15 +160,12 @@ TEST(Fault, UnwritableDestinations) {
             const Outcome outcome = runExport(exporter, out);
             EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
             EXPECT_EQ(outcome.message, ExportFailure::unwritable(out).errorDescription());
-            EXPECT_TRUE(outcome.message.endsWith(QStringLiteral("can\u2019t be written to.")));
             EXPECT_FALSE(QFileInfo::exists(out));
         }
-}
 
-TEST(Fault, NothingToMergeLeavesTheDestinationAlone) {
     Segment missing;
-    missing.url = QUrl::fromLocalFile(QStringLiteral("/nowhere/clip.mp4"));
-    const QString out = placeholder(scratchFolder() + QStringLiteral("/kept.mp4"));
+    missing.url = QUrl::fromLocalFile("/nowhere/clip.mp4");
+    const QString out = placeholder(scratchFolder() + "/kept.mp4");
     Exporter exporter({missing}, {}, ExportFormat::mov, ExportQuality::original);
     const Outcome outcome = runExport(exporter, out);
     EXPECT_EQ(outcome.kind, Outcome::Kind::failed);

@@ -20,51 +20,35 @@ QString lastLine(const QString& text) {
     return text.trimmed().split(QLatin1Char('\n')).last();
 }
 
-QString size(const QString& path) {
-    QString output;
-    run(QStringLiteral("ffprobe"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-         QStringLiteral("stream=width,height"), QStringLiteral("-of"), QStringLiteral("csv=p=0"),
-         QStringLiteral("-select_streams"), QStringLiteral("v"), path},
-        &output);
-    return output.trimmed();
-}
-
 TEST(MergeCommand, MergesFilesAndFoldersAsTheWindowWould) {
     const QString clip = flashClip();
     const QString folder = scratchFolder();
-    QFile::copy(clip, folder + QStringLiteral("/b.mp4"));
-    QFile::copy(clip, folder + QStringLiteral("/a.mp4"));
-    const QString photo = generated(QStringLiteral("green-320x240.jpg"),
-                                    {QStringLiteral("-f"), QStringLiteral("lavfi"),
-                                     QStringLiteral("-i"), QStringLiteral("color=green:s=320x240"),
-                                     QStringLiteral("-frames:v"), QStringLiteral("1")});
+    QFile::copy(clip, folder + "/b.mp4");
+    QFile::copy(clip, folder + "/a.mp4");
+    const QString photo = generated(
+        "green-320x240.jpg", {"-f", "lavfi", "-i", "color=green:s=320x240", "-frames:v", "1"});
     struct Case {
         QStringList args;
         double duration;
         QString size;
     };
-    const QString out = scratchFolder() + QStringLiteral("/merged");
+    const QString out = scratchFolder() + "/merged";
     const Case cases[] = {
-        {{clip, photo, folder, QStringLiteral("--photo-duration"), QStringLiteral("1.5"),
-          QStringLiteral("--shape"), QStringLiteral("square"), QStringLiteral("--fill"),
-          QStringLiteral("fill"), QStringLiteral("--quality"), QStringLiteral("high"),
-          QStringLiteral("-o"), out + QStringLiteral(".mp4")},
+        {{clip, photo, folder, "--photo-duration", "1.5", "--shape", "square", "--fill", "fill",
+          "--quality", "high", "-o", out + ".mp4"},
          2 + 1.5 + 2 + 2,
-         QStringLiteral("320,320")},
-        {{QStringLiteral("--sort"), QStringLiteral("name"), folder, clip, QStringLiteral("-o"),
-          out + QStringLiteral(".mov")},
-         6,
-         QStringLiteral("320,240")},
+         "320,320"},
+        {{"--sort", "name", folder, clip, "-o", out + ".mov"}, 6, "320,240"},
     };
     for (const Case& c : cases) {
-        const ProgramRun r = vimbo(QStringList{QStringLiteral("merge")} + c.args);
+        const ProgramRun r = vimbo(QStringList{"merge"} + c.args);
         const QString written = c.args.last();
         EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
-        EXPECT_EQ(lastLine(r.err), QStringLiteral("Wrote ") + written);
+        EXPECT_EQ(lastLine(r.err), "Wrote " + written);
+        EXPECT_FALSE(r.err.contains("No fast export")) << "nothing to explain";
         EXPECT_EQ(decodeErrors(written), QString());
         EXPECT_NEAR(movieDuration(written), c.duration, 1.0 / 30);
-        EXPECT_EQ(size(written), c.size);
+        EXPECT_EQ(videoSize(written), c.size);
     }
 }
 
@@ -83,51 +67,35 @@ TEST(MergeCommand, ExportWritesTheSavedProjectWithItsEdits) {
     saved.clips[1].edits.speed = 2;
     saved.layout.shape = FrameShape::tall;
     saved.nextAdded = 2;
-    ASSERT_TRUE(SessionStore(dataHome + QStringLiteral("/Vimbo")).save(saved));
-    const QString out = scratchFolder() + QStringLiteral("/saved.mov");
-    const ProgramRun r = vimbo({QStringLiteral("export"), QStringLiteral("--quality"),
-                                QStringLiteral("high"), QStringLiteral("-o"), out},
-                               ProgramSetup::withDataHome(dataHome));
+    ASSERT_TRUE(SessionStore(dataHome + "/Vimbo").save(saved));
+    const QString out = scratchFolder() + "/saved.mov";
+    const ProgramRun r =
+        vimbo({"export", "--quality", "high", "-o", out}, ProgramSetup::withDataHome(dataHome));
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_EQ(decodeErrors(out), QString());
     EXPECT_NEAR(movieDuration(out), 1.5 + 1.0, 1.0 / 30);
-    EXPECT_EQ(size(out).toStdString(), "180,320") << "the saved 9:16 layout";
-}
-
-TEST(MergeCommand, MistakesInTheArgumentsAreUsageErrors) {
-    const QString out = scratchFolder() + QStringLiteral("/never.mp4");
-    for (const QStringList& args :
-         {QStringList{"merge", "--shape", "round", flashClip(), "-o", out},
-          QStringList{"export", flashClip(), "-o", out}}) {
-        const ProgramRun r = vimbo(args);
-        EXPECT_EQ(r.exitCode, 2) << args.join(QLatin1Char(' ')).toStdString();
-        const QStringList lines = r.err.trimmed().split(QLatin1Char('\n'));
-        ASSERT_EQ(lines.size(), 2) << r.err.toStdString();
-        EXPECT_TRUE(lines[0].startsWith(QStringLiteral("vimbo ") + args[0] + QStringLiteral(": ")));
-        EXPECT_TRUE(lines[1].startsWith(QStringLiteral("usage: vimbo ") + args[0]));
-        EXPECT_FALSE(QFileInfo::exists(out));
-    }
+    EXPECT_EQ(videoSize(out), "180,320") << "the saved 9:16 layout";
 }
 
 // Inputs that add nothing are named, in the order given, with the reason, and the merge goes
 // on with the rest; the image library's complaints about a damaged photo stay off the terminal.
 TEST(MergeCommand, NamesWhatItLeavesOutAndGoesOn) {
     const QString folder = scratchFolder();
-    QDir(folder).mkpath(QStringLiteral("empty"));
-    QDir(folder).mkpath(QStringLiteral("mixed"));
+    QDir(folder).mkpath("empty");
+    QDir(folder).mkpath("mixed");
     const auto write = [&](const QString& name, const QByteArray& bytes) {
         QFile file(folder + QLatin1Char('/') + name);
         EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(bytes);
     };
-    write(QStringLiteral("notes.txt"), "not a movie");
-    write(QStringLiteral("mixed/broken.mov"), "not a movie either");
+    write("notes.txt", "not a movie");
+    write("mixed/broken.mov", "not a movie either");
     QFile jpeg(quadrantsPhoto());
     ASSERT_TRUE(jpeg.open(QIODevice::ReadOnly));
-    write(QStringLiteral("mixed/cut.jpg"), jpeg.read(jpeg.size() / 2)); // a damaged photo
-    QFile::copy(flashClip(), folder + QStringLiteral("/mixed/clip.mp4"));
+    write("mixed/cut.jpg", jpeg.read(jpeg.size() / 2)); // a damaged photo
+    QFile::copy(flashClip(), folder + "/mixed/clip.mp4");
 
-    const QString out = folder + QStringLiteral("/out.mp4");
+    const QString out = folder + "/out.mp4";
     ProgramSetup inFolder;
     inFolder.workingFolder = folder;
     const ProgramRun r =
@@ -140,7 +108,7 @@ TEST(MergeCommand, NamesWhatItLeavesOutAndGoesOn) {
                                             "Skipped empty: no photos or videos in it",
                                             "Skipped mixed/broken.mov: a format Vimbo can’t read",
                                             "No fast export: “cut.jpg” is a photo"}));
-    EXPECT_EQ(lines.last(), QStringLiteral("Wrote ") + out);
+    EXPECT_EQ(lines.last(), "Wrote " + out);
     for (const QString& line : lines.mid(5, lines.size() - 6))
         EXPECT_TRUE(line.endsWith(QLatin1String("left")) || line.endsWith(QLatin1Char('%')))
             << "not a progress line: " << line.toStdString();
@@ -149,30 +117,30 @@ TEST(MergeCommand, NamesWhatItLeavesOutAndGoesOn) {
 
 TEST(MergeCommand, FailuresSayWhyInOneSentence) {
     const QString clip = flashClip();
-    const QString full = scratchFolder() + QStringLiteral("/full.mp4");
+    const QString full = scratchFolder() + "/full.mp4";
     struct Case {
         QString out;
         QString sentence;
         std::function<void()> childSetup;
     };
     const Case cases[] = {
-        {QStringLiteral("/proc/vimbo-no-folder/out.mp4"),
+        {"/proc/vimbo-no-folder/out.mp4",
          QStringLiteral("The movie can\u2019t be saved because the folder "
                         "\u201C/proc/vimbo-no-folder\u201D can\u2019t be written to."),
          {}},
         // A disk that fills up: the file may not grow past 20 KB.
-        {full, QStringLiteral("There isn\u2019t enough space on the disk to save the movie."),
+        {full, "There isn\u2019t enough space on the disk to save the movie.",
          [] {
              const rlimit limit{20'000, 20'000};
              ::setrlimit(RLIMIT_FSIZE, &limit);
              std::signal(SIGXFSZ, SIG_IGN);
          }},
     };
-    const QString missing = scratchFolder() + QStringLiteral("/missing.mp4");
+    const QString missing = scratchFolder() + "/missing.mp4";
     for (const Case& c : cases) {
-        const QStringList args{QStringLiteral("merge"), clip, clip, clip};
-        const ProgramRun r = vimbo(args + QStringList{QStringLiteral("-o"), c.out},
-                                   ProgramSetup::withChild(c.childSetup));
+        const QStringList args{"merge", clip, clip, clip};
+        const ProgramRun r =
+            vimbo(args + QStringList{"-o", c.out}, ProgramSetup::withChild(c.childSetup));
         EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
         EXPECT_EQ(lastLine(r.err), c.sentence);
         EXPECT_FALSE(QFileInfo::exists(c.out));
@@ -184,12 +152,11 @@ TEST(MergeCommand, FailuresSayWhyInOneSentence) {
 
 TEST(MergeCommand, CtrlCStopsAndLeavesNoFile) {
     const QString clip = flashClip({.seconds = 4, .size = 640});
-    const QString out = scratchFolder() + QStringLiteral("/interrupted.mp4");
+    const QString out = scratchFolder() + "/interrupted.mp4";
     QProcess process;
     process.setReadChannel(QProcess::StandardError);
     process.start(QStringLiteral(VIMBO_BINARY),
-                  {QStringLiteral("merge"), QStringLiteral("--quality"), QStringLiteral("high"),
-                   clip, clip, clip, clip, QStringLiteral("-o"), out});
+                  {"merge", "--quality", "high", clip, clip, clip, clip, "-o", out});
     QString errors;
     // The first progress line says the export is under way.
     while (!errors.contains(QLatin1Char('%')) && process.waitForReadyRead(60'000))

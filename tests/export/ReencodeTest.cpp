@@ -1,5 +1,5 @@
 // Re-encoding: the presets' real encoders and tags, the project's exact length, sound in sync
-// at every join, photos and clips together, and the choices' texts.
+// at every join, photos and clips together.
 #include "export/Exporter.h"
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
@@ -13,21 +13,19 @@ constexpr double frame = 1.0 / 30;
 
 QString streamFacts(const QString& path) {
     QString output;
-    run(QStringLiteral("ffprobe"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+    run("ffprobe",
+        {"-v", "error", "-show_entries",
          QStringLiteral("stream=codec_name,codec_tag_string,color_primaries,color_transfer,"
                         "color_space,width,height,sample_rate,channels"),
-         QStringLiteral("-of"), QStringLiteral("compact=p=0"), path},
+         "-of", "compact=p=0", path},
         &output);
     return output.trimmed();
 }
 
 TEST(Reencode, EveryPresetWritesItsCodecInSyncAndExactlyAsLong) {
     const QString clip = flashClip();
-    const QString picture = generated(QStringLiteral("blue-320x240.jpg"),
-                                      {QStringLiteral("-f"), QStringLiteral("lavfi"),
-                                       QStringLiteral("-i"), QStringLiteral("color=blue:s=320x240"),
-                                       QStringLiteral("-frames:v"), QStringLiteral("1")});
+    const QString picture = generated(
+        "blue-320x240.jpg", {"-f", "lavfi", "-i", "color=blue:s=320x240", "-frames:v", "1"});
     ClipEdits muted;
     muted.muted = true;
     ClipEdits shortPhoto;
@@ -54,11 +52,12 @@ TEST(Reencode, EveryPresetWritesItsCodecInSyncAndExactlyAsLong) {
         Exporter exporter(segments, {}, ExportFormat::mp4, c.quality);
         EXPECT_FALSE(exporter.isPassthrough());
         EXPECT_EQ(exporter.preset(), c.preset);
-        const QString out = scratchFolder() + QStringLiteral("/reencoded.mp4");
+        const QString out = scratchFolder() + "/reencoded.mp4";
         const Outcome outcome = runExport(exporter, out);
         ASSERT_EQ(outcome.kind, Outcome::Kind::done) << outcome.message.toStdString();
         EXPECT_EQ(outcome.progress.back(), 1.0);
         EXPECT_EQ(decodeErrors(out), QString());
+        EXPECT_TRUE(indexFirst(out)) << "the index comes before the media";
         EXPECT_EQ(streamFacts(out).toStdString(), c.streams);
         EXPECT_NEAR(movieDuration(out), exporter.duration(), frame);
 
@@ -84,43 +83,16 @@ TEST(Reencode, PresetsFollowQualityAndSources) {
     };
     Segment photo;
     photo.info = MediaInfo(MediaKind::photo);
-    struct Case {
-        ExportQuality quality;
-        std::vector<Segment> segments;
-        Preset expected;
-    };
-    const Case cases[] = {
-        {ExportQuality::original, {video("avc1"), video("hvc1")}, Preset::hevcHighestQuality},
-        {ExportQuality::original, {video("hev1")}, Preset::hevcHighestQuality},
-        {ExportQuality::original, {video("avc1", true)}, Preset::hevcHighestQuality},
-        {ExportQuality::original, {video("avc1"), photo}, Preset::highestQuality},
-        {ExportQuality::original, {video("HVC1")}, Preset::highestQuality}, // case-sensitive
-        {ExportQuality::original, {}, Preset::highestQuality},
-        {ExportQuality::high, {video("hvc1", true)}, Preset::highestQuality},
-        {ExportQuality::smaller, {video("avc1")}, Preset::hevc1920x1080},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(reencodingPreset(c.quality, c.segments), c.expected)
-            << rawValue(c.quality).toStdString() << " " << c.segments.size();
-
-    // The settings behind them: x264 visually lossless, x265 tagged for Apple players.
-    EXPECT_STREQ(videoSettings(Preset::highestQuality).encoder, "libx264");
-    EXPECT_EQ(videoSettings(Preset::highestQuality).crf, 18);
-    EXPECT_STREQ(videoSettings(Preset::hevcHighestQuality).codecTag, "hvc1");
-    EXPECT_TRUE(videoSettings(Preset::hevc1920x1080).maxRate.has_value());
-    EXPECT_STREQ(audioSettings(Preset::highestQuality).encoder, "aac");
-}
-
-TEST(Reencode, ChoicesHaveTheirTexts) {
-    EXPECT_EQ(exportFormatFromRaw(QStringLiteral("mov")), ExportFormat::mov);
-    EXPECT_EQ(exportFormatFromRaw(QStringLiteral("MP4")), std::nullopt);
-    EXPECT_EQ(fileExtension(ExportFormat::mp4), QStringLiteral("mp4"));
-    EXPECT_STREQ(muxerName(ExportFormat::mov), "mov");
-    EXPECT_EQ(label(ExportFormat::mov), QStringLiteral("MOV"));
-    for (const ExportQuality q : allExportQualities)
-        EXPECT_EQ(exportQualityFromRaw(rawValue(q)), q);
-    EXPECT_EQ(label(ExportQuality::smaller), QStringLiteral("Smaller File"));
-    EXPECT_EQ(exportQualityFromRaw(QStringLiteral("best")), std::nullopt);
+    using Q = ExportQuality;
+    using P = Preset;
+    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1"), video("hvc1")}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("hev1")}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1", true)}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1"), photo}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video("HVC1")}), P::highestQuality) << "case matters";
+    EXPECT_EQ(reencodingPreset(Q::original, {}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::high, {video("hvc1", true)}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::smaller, {video("avc1")}), P::hevc1920x1080);
 }
 
 TEST(Reencode, UnusableClipsAreDroppedAndShortPhotosLastATenth) {

@@ -1,4 +1,3 @@
-#include "media/ff/Decoder.h"
 #include "media/ff/Demuxer.h"
 #include "model/VimboError.h"
 #include "tests/support/Media.h"
@@ -12,7 +11,6 @@
 #include <QFileInfo>
 #include <QProcess>
 
-#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -55,8 +53,6 @@ TEST(TimelineBuild, Failures) {
     expectFailure({noVideo}, false, VimboError::unreadable(noVideo.url), "no video track");
     Segment gone = videoSegment("/nowhere/gone.mov", 2, {320, 240});
     expectFailure({gone}, true, VimboError::unreadable(gone.url), "a file that went away");
-    EXPECT_EQ(VimboError::unreadable(noVideo.url).errorDescription(),
-              QString::fromUtf8("\u201Csound-only.m4a\u201D can\u2019t be read."));
 }
 
 // Every edit starts where the one before ends, from zero to `end`.
@@ -99,13 +95,9 @@ TEST(TimelineBuild, LaysClipsEndToEnd) {
 
     const VideoComposition& vc = *t.videoComposition();
     ASSERT_EQ(vc.instructions.size(), 8u);
-    EXPECT_EQ(vc.instructions[0].timeRange(), (TimeRange{MediaTime::zero(), {600, 6000}}));
-    EXPECT_EQ(vc.instructions[1].timeRange().duration, (MediaTime{600, 6000}));
-    EXPECT_EQ(vc.instructions[2].timeRange().duration.value, 18000);
-    EXPECT_EQ(vc.instructions[2].timeRange().duration.timescale, 6000);
-    EXPECT_EQ(vc.instructions[3].timeRange().duration, seconds(0.1)) << "at least 0.1 s";
-    EXPECT_EQ(vc.instructions[4].timeRange().duration, seconds(1)) << "2 s at speed 2";
-    EXPECT_FALSE(vc.instructions[0].trackID());
+    for (std::size_t i = 0; i < starts.size(); ++i)
+        EXPECT_EQ(vc.instructions[i].timeRange().start, seconds(starts[i])) << "instruction " << i;
+    EXPECT_FALSE(vc.instructions[0].trackID()) << "a photo draws no track";
     EXPECT_EQ(vc.instructions[4].trackID(), t.composition().track(MediaType::video)->trackID());
     EXPECT_EQ(vc.instructions.back().timeRange().end(), t.composition().duration());
     EXPECT_EQ(vc.frameDuration, (MediaTime{1, 30}));
@@ -116,7 +108,6 @@ TEST(TimelineBuild, LaysClipsEndToEnd) {
     expectContiguous(audio, t.duration(), "audio");
     ASSERT_EQ(video.edits().size(), 8u);
     EXPECT_TRUE(video.edits()[2].source.carrier);
-    EXPECT_EQ(video.edits()[2].sourceRange, (TimeRange{MediaTime::zero(), Carrier::duration()}));
     EXPECT_EQ(video.edits()[3].sourceRange, (TimeRange{seconds(1.9), seconds(0.1)}))
         << "never past the track's end";
     EXPECT_EQ(video.edits()[4].sourceRange.duration, seconds(2));
@@ -157,66 +148,6 @@ TEST(TimelineBuild, AudioTrackOnlyForRealSound) {
     ASSERT_NE(copy.composition().track(MediaType::audio), nullptr);
     for (const Edit& e : copy.composition().track(MediaType::audio)->edits())
         EXPECT_FALSE(e.source.carrier) << "passthrough never touches the carrier";
-}
-
-TEST(TimelineBuild, OrientationFromTheDisplayMatrix) {
-    const Timeline t =
-        Timeline::build({videoSegment(test::quadrantVideo(true), 1, {160, 320}, 30, false),
-                         videoSegment(test::quadrantVideo(false), 1, {320, 160}, 30, false)},
-                        fit, std::nullopt, false);
-    const auto& instructions = t.videoComposition()->instructions;
-    using Video = CompositorInstruction::Video;
-    EXPECT_EQ(std::get<Video>(instructions[0].source()).orientation, ImageOrientation::right);
-    EXPECT_EQ(std::get<Video>(instructions[1].source()).orientation, ImageOrientation::up);
-}
-
-TEST(Carrier, WrittenOnceWithItsContents) {
-    auto tracks = [] { return Carrier::tracks(); };
-    auto a = std::async(std::launch::async, tracks);
-    auto b = std::async(std::launch::async, tracks);
-    const Carrier::Tracks first = a.get();
-    const Carrier::Tracks second = b.get();
-    EXPECT_EQ(first.video, second.video);
-    EXPECT_EQ(first.video.url.toLocalFile(), Carrier::path());
-    EXPECT_TRUE(Carrier::path().startsWith(QDir::tempPath() + "/Vimbo-carrier-"));
-    const QDateTime written = QFileInfo(Carrier::path()).lastModified();
-    Carrier::tracks();
-    EXPECT_EQ(QFileInfo(Carrier::path()).lastModified(), written) << "written once per run";
-
-    ff::Demuxer file(first.video.url);
-    const AVStream* video = file.stream(first.video.stream);
-    const AVStream* audio = file.stream(first.audio.stream);
-    EXPECT_EQ(video->codecpar->codec_id, AV_CODEC_ID_H264);
-    EXPECT_EQ(video->codecpar->width, 64);
-    EXPECT_EQ(video->codecpar->height, 64);
-    EXPECT_EQ(av_rescale_q(video->duration, video->time_base, {1, 1000}), 1000);
-    EXPECT_EQ(audio->codecpar->codec_id, AV_CODEC_ID_PCM_S16LE);
-    EXPECT_EQ(audio->codecpar->sample_rate, 48000);
-    EXPECT_EQ(audio->codecpar->ch_layout.nb_channels, 1);
-
-    file.select({first.video.stream});
-    ff::PacketPtr packet = ff::makePacket();
-    std::vector<double> times;
-    while (file.read(packet.get())) {
-        times.push_back(packet->pts * av_q2d(video->time_base));
-        av_packet_unref(packet.get());
-    }
-    std::sort(times.begin(), times.end()); // packets come in decoding order
-    EXPECT_EQ(times, (std::vector<double>{0, 0.25, 0.5, 0.75}));
-
-    ff::Demuxer sound(first.audio.url);
-    sound.select({first.audio.stream});
-    ff::Decoder decoder(sound, first.audio.stream);
-    ff::FramePtr frame = ff::makeFrame();
-    std::int64_t samples = 0, nonZero = 0;
-    while (decoder.receive(frame.get())) {
-        const auto* s = reinterpret_cast<const std::int16_t*>(frame->data[0]);
-        for (int i = 0; i < frame->nb_samples; ++i)
-            nonZero += s[i] != 0;
-        samples += frame->nb_samples;
-    }
-    EXPECT_EQ(samples, 48000);
-    EXPECT_EQ(nonZero, 0);
 }
 
 // Starts this test program again with only Carrier.InAFreshRun selected, `mode` in

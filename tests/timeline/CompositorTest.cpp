@@ -3,8 +3,6 @@
 #include "tests/support/Media.h"
 #include "tests/timeline/Fixtures.h"
 
-#include <QFile>
-
 #include <array>
 #include <gtest/gtest.h>
 #include <string>
@@ -19,17 +17,12 @@ using test::colourAt;
 ff::FramePtr quadrants(int w, int h, AVPixelFormat format = AV_PIX_FMT_YUV420P,
                        AVColorSpace matrix = AVCOL_SPC_BT709,
                        AVColorRange range = AVCOL_RANGE_MPEG) {
-    std::vector<std::uint8_t> rgb(static_cast<std::size_t>(w) * h * 3);
+    std::vector<std::uint8_t> rgb;
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const bool left = x < w / 2, top = y < h / 2;
-            const std::array<std::uint8_t, 3> c =
-                top ? (left ? std::array<std::uint8_t, 3>{255, 0, 0}
-                            : std::array<std::uint8_t, 3>{0, 255, 0})
-                    : (left ? std::array<std::uint8_t, 3>{0, 0, 255}
-                            : std::array<std::uint8_t, 3>{255, 255, 255});
-            std::copy(c.begin(), c.end(),
-                      rgb.begin() + (static_cast<std::ptrdiff_t>(y) * w + x) * 3);
+            const auto on = [](bool lit) { return static_cast<std::uint8_t>(lit ? 255 : 0); };
+            rgb.insert(rgb.end(), {on(left == top), on(!left), on(!top)});
         }
     ff::FramePtr f = ff::makeFrame();
     f->format = format;
@@ -61,6 +54,13 @@ struct Point {
     int x, y;
     char colour;
 };
+
+// Four points at the corners of the box (left, top, right, bottom), then two more (x, y each),
+// with the colours expected there.
+std::vector<Point> points(const std::array<int, 8>& v, const char* colours) {
+    return {{v[0], v[1], colours[0]}, {v[2], v[1], colours[1]}, {v[0], v[3], colours[2]},
+            {v[2], v[3], colours[3]}, {v[4], v[5], colours[4]}, {v[6], v[7], colours[5]}};
+}
 
 std::string describe(const AVFrame& f, const std::vector<Point>& points) {
     std::string s;
@@ -95,6 +95,10 @@ TEST(Compositor, UprightTurnedAndPlaced) {
             p[i].colour = colours[i];
         return Case{what, {160, 160}, {160, 160}, o, turns, FillMode::fit, p};
     };
+    auto framed = [](const char* what, Size source, Size render, O o, std::int64_t turns,
+                     FillMode fill, std::vector<Point> p) {
+        return Case{what, source, render, o, turns, fill, std::move(p)};
+    };
     const std::vector<Case> cases{
         square("1 up", O::up, 0, "RGBW"),
         square("2 mirrored", O::upMirrored, 0, "GRWB"),
@@ -110,78 +114,17 @@ TEST(Compositor, UprightTurnedAndPlaced) {
         square("right and a turn", O::right, 1, "WBGR"),
         square("right and three turns", O::right, 3, "RGBW"),
         square("mirrored and a turn", O::upMirrored, 1, "WGBR"),
-        {"2:1 in a square, fit: bars above and below",
-         {320, 160},
-         {200, 200},
-         O::up,
-         0,
-         FillMode::fit,
-         {{50, 75, 'R'},
-          {150, 75, 'G'},
-          {50, 125, 'B'},
-          {150, 125, 'W'},
-          {100, 25, 'K'},
-          {100, 175, 'K'}}},
-        {"2:1 in a square, fill: the sides cut",
-         {320, 160},
-         {200, 200},
-         O::up,
-         0,
-         FillMode::fill,
-         {{50, 50, 'R'},
-          {150, 50, 'G'},
-          {50, 150, 'B'},
-          {150, 150, 'W'},
-          {2, 2, 'R'},
-          {197, 197, 'W'}}},
-        {"2:1 turned in a square, fit: bars left and right",
-         {320, 160},
-         {200, 200},
-         O::up,
-         1,
-         FillMode::fit,
-         {{75, 50, 'B'},
-          {125, 50, 'R'},
-          {75, 150, 'W'},
-          {125, 150, 'G'},
-          {25, 100, 'K'},
-          {175, 100, 'K'}}},
-        {"phone video upright in a wide frame, fit",
-         {320, 160},
-         {320, 180},
-         O::right,
-         0,
-         FillMode::fit,
-         {{137, 45, 'B'},
-          {182, 45, 'R'},
-          {137, 135, 'W'},
-          {182, 135, 'G'},
-          {50, 90, 'K'},
-          {270, 90, 'K'}}},
-        {"wide video in a tall frame, fill",
-         {320, 160},
-         {180, 320},
-         O::up,
-         0,
-         FillMode::fill,
-         {{45, 80, 'R'},
-          {135, 80, 'G'},
-          {45, 240, 'B'},
-          {135, 240, 'W'},
-          {0, 0, 'R'},
-          {179, 319, 'W'}}},
-        {"turned left in a tall frame, fill: top and bottom cut",
-         {320, 160},
-         {180, 320},
-         O::left,
-         0,
-         FillMode::fill,
-         {{45, 80, 'G'},
-          {135, 80, 'W'},
-          {45, 240, 'R'},
-          {135, 240, 'B'},
-          {0, 0, 'G'},
-          {179, 319, 'B'}}},
+        // The quadrants' centres, then two points of the bars or the corners.
+        framed("2:1 in a square, fit: bars above and below", {320, 160}, {200, 200}, O::up, 0,
+               FillMode::fit, points({50, 75, 150, 125, 100, 25, 100, 175}, "RGBWKK")),
+        framed("2:1 turned in a square, fit: bars left and right", {320, 160}, {200, 200}, O::up, 1,
+               FillMode::fit, points({75, 50, 125, 150, 25, 100, 175, 100}, "BRWGKK")),
+        framed("phone video upright in a wide frame, fit", {320, 160}, {320, 180}, O::right, 0,
+               FillMode::fit, points({137, 45, 182, 135, 50, 90, 270, 90}, "BRWGKK")),
+        framed("turned left in a tall frame, fill: top and bottom cut", {320, 160}, {180, 320},
+               O::left, 0, FillMode::fill, points({45, 80, 135, 240, 0, 0, 179, 319}, "GWRBGB")),
+        framed("2:1 in a square, fill: the sides cut", {320, 160}, {200, 200}, O::up, 0,
+               FillMode::fill, points({50, 50, 150, 150, 2, 2, 197, 197}, "RGBWRW")),
     };
     for (const Case& c : cases) {
         Compositor compositor;
@@ -240,56 +183,37 @@ TEST(Compositor, ConvertsEveryMatrixAndRangeToBt709) {
     }
 }
 
-TEST(Compositor, BlackWithoutASourceFrame) {
-    Compositor compositor;
-    const ff::FramePtr out = compositor.render(
-        videoInstruction(ImageOrientation::up, 0, FillMode::fit), nullptr, {64, 36}, 0);
-    ASSERT_TRUE(out);
-    EXPECT_EQ(describe(*out, {{0, 0, 'K'}, {32, 18, 'K'}, {63, 35, 'K'}}), "KKK");
-}
-
+// A photo shown for many frames is decoded once for its instruction and size (the upright
+// picture of a turned photo is checked through the renderer).
 TEST(Compositor, PhotoDecodedOncePerInstructionAndSize) {
-    const QString plain = test::quadrantsPhoto();
-    const QString photo = test::scratchFolder() + "/turned.jpg";
-    ASSERT_TRUE(QFile::copy(plain, photo));
-    ASSERT_TRUE(
-        test::run("exiftool", {"-q", "-overwrite_original", "-Orientation=6", "-n", photo}));
-
     Compositor compositor;
-    const CompositorInstruction shown(
-        {MediaTime::zero(), {3, 1}}, std::nullopt,
-        CompositorInstruction::Photo{QUrl::fromLocalFile(photo), {200, 400}}, 0, FillMode::fit);
-    const ff::FramePtr first = compositor.render(shown, nullptr, {100, 200}, 0);
+    const auto photo = [](const QString& path) {
+        return CompositorInstruction(
+            {MediaTime::zero(), {3, 1}}, std::nullopt,
+            CompositorInstruction::Photo{QUrl::fromLocalFile(path), {400, 200}}, 0, FillMode::fit);
+    };
+    const CompositorInstruction shown = photo(test::quadrantsPhoto());
+    const ff::FramePtr first = compositor.render(shown, nullptr, {200, 100}, 0);
     ASSERT_TRUE(first);
-    EXPECT_EQ(describe(*first, {{25, 50, 'B'}, {75, 50, 'R'}, {25, 150, 'W'}, {75, 150, 'G'}}),
-              "BRWG")
-        << "the EXIF orientation stands the photo upright";
-    const ff::FramePtr second = compositor.render(shown, nullptr, {100, 200}, 0);
+    EXPECT_EQ(describe(*first, {{50, 25, 'R'}, {150, 75, 'W'}}), "RW");
+    const ff::FramePtr second = compositor.render(shown, nullptr, {200, 100}, 0);
     EXPECT_EQ(second->data[0], first->data[0]) << "the same frame again";
     EXPECT_EQ(compositor.photoDecodes(), 1);
-
-    compositor.render(shown, nullptr, {200, 400}, 0);
+    compositor.render(shown, nullptr, {400, 200}, 0);
     EXPECT_EQ(compositor.photoDecodes(), 2) << "another render size";
-    const CompositorInstruction copy = shown.with({4, 1});
-    const ff::FramePtr turned = compositor.render(copy, nullptr, {200, 400}, 0);
+    compositor.render(shown.with({4, 1}), nullptr, {400, 200}, 0);
     EXPECT_EQ(compositor.photoDecodes(), 3) << "another instruction";
-
-    const CompositorInstruction quarter(
-        {MediaTime::zero(), {3, 1}}, std::nullopt,
-        CompositorInstruction::Photo{QUrl::fromLocalFile(photo), {200, 400}}, 1, FillMode::fit);
-    const ff::FramePtr across = compositor.render(quarter, nullptr, {400, 200}, 0);
-    EXPECT_EQ(describe(*across, {{100, 50, 'W'}, {300, 50, 'B'}, {100, 150, 'G'}, {300, 150, 'R'}}),
-              "WBGR");
-
-    const CompositorInstruction missing(
-        {MediaTime::zero(), {3, 1}}, std::nullopt,
-        CompositorInstruction::Photo{QUrl::fromLocalFile("/gone.jpg"), {200, 400}}, 0,
-        FillMode::fit);
-    EXPECT_EQ(describe(*compositor.render(missing, nullptr, {100, 200}, 0), {{50, 100, 'K'}}), "K");
+    const ff::FramePtr missing = compositor.render(photo("/gone.jpg"), nullptr, {200, 100}, 0);
+    EXPECT_EQ(describe(*missing, {{100, 50, 'K'}}), "K");
 }
 
-TEST(Compositor, CancelAllDropsRequestsMadeBefore) {
+TEST(Compositor, BlackWithoutASourceAndNothingForCancelledRequests) {
     Compositor compositor;
+    const ff::FramePtr black = compositor.render(
+        videoInstruction(ImageOrientation::up, 0, FillMode::fit), nullptr, {64, 36}, 0);
+    ASSERT_TRUE(black);
+    EXPECT_EQ(describe(*black, {{0, 0, 'K'}, {32, 18, 'K'}, {63, 35, 'K'}}), "KKK");
+
     const ff::FramePtr source = quadrants(64, 64);
     const std::int64_t before = compositor.generation();
     compositor.cancelAll();

@@ -8,30 +8,14 @@
 namespace vimbo::test {
 
 QString numberedVideo(bool withSound) {
-    // Ten 32-pixel columns, one per bit of the frame index: light for 1, dark for 0.
     QStringList args{"-f", "lavfi", "-i", "color=black:size=320x240:rate=30:duration=2"};
     if (withSound)
-        args << "-f"
-             << "lavfi"
-             << "-i"
-             << "sine=frequency=440:sample_rate=48000:duration=2";
-    args << "-vf"
-         << "geq=lum='if(bitand(N,pow(2,floor(X/32))),235,16)':cb=128:cr=128"
-         << "-c:v"
-         << "libx264"
-         << "-crf"
-         << "4"
-         << "-g"
-         << "15"
-         << "-bf"
-         << "2"
-         << "-pix_fmt"
-         << "yuv420p";
-    if (withSound)
-        args << "-c:a"
-             << "aac"
-             << "-b:a"
-             << "128k";
+        args += QString("-f lavfi -i sine=frequency=440:sample_rate=48000:duration=2 -c:a aac "
+                        "-b:a 128k")
+                    .split(' ');
+    // Ten 32-pixel columns, one per bit of the frame index: light for 1, dark for 0.
+    args += {"-vf", "geq=lum='if(bitand(N,pow(2,floor(X/32))),235,16)':cb=128:cr=128"};
+    args += QString("-c:v libx264 -crf 4 -g 15 -bf 2 -pix_fmt yuv420p").split(' ');
     return generated(withSound ? "numbered-av.mp4" : "numbered.mp4", args);
 }
 
@@ -53,19 +37,12 @@ QString toneVideo(int hertz, double audioDelay, double audioLength) {
     const double length = audioLength > 0 ? audioLength : 2;
     QStringList args{"-f", "lavfi", "-i", "color=black:size=160x120:rate=30:duration=2"};
     if (audioDelay > 0)
-        args << "-itsoffset" << QString::number(audioDelay);
-    args << "-f"
-         << "lavfi"
-         << "-i"
-         << QString("sine=frequency=%1:sample_rate=48000:duration=%2").arg(hertz).arg(length)
-         << "-c:v"
-         << "libx264"
-         << "-crf"
-         << "30"
-         << "-c:a"
-         << "aac"
-         << "-b:a"
-         << "160k";
+        args += {"-itsoffset", QString::number(audioDelay)};
+    args += QString("-f lavfi -i sine=frequency=%1:sample_rate=48000:duration=%2 -c:v libx264 "
+                    "-crf 30 -c:a aac -b:a 160k")
+                .arg(hertz)
+                .arg(length)
+                .split(' ');
     return generated(QString("tone-%1-%2-%3.mp4").arg(hertz).arg(audioDelay).arg(length), args);
 }
 

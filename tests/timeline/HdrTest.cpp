@@ -3,7 +3,6 @@
 // grey and washed out).
 
 #include "media/MediaProbe.h"
-#include "media/Thumbnail.h"
 #include "media/ToneMap.h"
 #include "media/ff/Decoder.h"
 #include "tests/support/Media.h"
@@ -23,34 +22,17 @@ const QString referenceChain = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=
                                "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv,format=yuv420p";
 const QString matrixOnly = "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
 
-// A phone-like HEVC Main 10 clip: the test pattern's SDR white placed at 1000 cd/m², BT.2020.
-// Its two frames (0 and 0.1 s) are the same picture, so that the filmstrip's frame can be
-// compared with the first.
+// A phone-like HEVC Main 10 clip of two frames: the test pattern's SDR white placed at
+// 1000 cd/m², BT.2020.
 QString hdrClip(const QString& transfer) {
-    return test::generated("hdr-still-" + transfer + ".mp4",
-                           {"-f",
-                            "lavfi",
-                            "-i",
-                            "testsrc2=size=320x180:rate=1",
-                            "-r",
-                            "10",
-                            "-frames:v",
-                            "2",
-                            "-vf",
-                            "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=" + transfer +
-                                ":p=bt2020:m=bt2020nc:r=tv:npl=1000,format=yuv420p10le",
-                            "-c:v",
-                            "libx265",
-                            "-x265-params",
-                            "log-level=error",
-                            "-tag:v",
-                            "hvc1",
-                            "-color_primaries",
-                            "bt2020",
-                            "-color_trc",
-                            transfer,
-                            "-colorspace",
-                            "bt2020nc"});
+    return test::generated(
+        "hdr-still-" + transfer + ".mp4",
+        QString("-f lavfi -i testsrc2=size=320x180:rate=1 -r 10 -frames:v 2 -vf "
+                "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=%1:p=bt2020:m=bt2020nc:r=tv:npl="
+                "1000,format=yuv420p10le -c:v libx265 -x265-params log-level=error -tag:v hvc1 "
+                "-color_primaries bt2020 -color_trc %1 -colorspace bt2020nc")
+            .arg(transfer)
+            .split(' '));
 }
 
 // The first frame of `clip` through an ffmpeg filter chain, as raw yuv420p.
@@ -93,20 +75,6 @@ QByteArray scaledLuma(const QString& clip, int width, int height) {
     return mapped ? bytesOf(*mapped, 1) : QByteArray();
 }
 
-// The luma of the clip's filmstrip picture (at its own size) as limited-range codes.
-QByteArray thumbnailLuma(const QString& clip) {
-    const auto image = Thumbnail::make(QUrl::fromLocalFile(clip), MediaKind::video, 320);
-    EXPECT_TRUE(image);
-    QByteArray luma;
-    for (int y = 0; image && y < image->height(); ++y)
-        for (int x = 0; x < image->width(); ++x) {
-            const QRgb p = image->pixel(x, y);
-            const double full = 0.2126 * qRed(p) + 0.7152 * qGreen(p) + 0.0722 * qBlue(p);
-            luma.append(static_cast<char>(std::lround(16 + full * 219 / 255)));
-        }
-    return luma;
-}
-
 double meanAbsoluteError(const QByteArray& a, const QByteArray& b) {
     EXPECT_EQ(a.size(), b.size());
     double sum = 0;
@@ -132,16 +100,10 @@ TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
     const double naiveError = meanAbsoluteError(naive, reference);
     std::printf("%s: mean absolute error %.2f (matrix only: %.2f)\n", qPrintable(name), error,
                 naiveError);
-    EXPECT_LT(error, 1.0);
+    // Real clips keep closer to the reference than the synthetic pattern's hard edges allow.
+    EXPECT_LT(error, generated ? 1.0 : 0.5);
     EXPECT_LT(error * 10, naiveError);
     if (generated) {
-        // The filmstrip tone-maps too (its picture passes through RGB: a little more error).
-        const qsizetype lumaSize = reference.size() * 2 / 3;
-        const double thumbnailError =
-            meanAbsoluteError(thumbnailLuma(clip), reference.first(lumaSize));
-        EXPECT_LT(thumbnailError, 3.0);
-        EXPECT_LT(thumbnailError * 5,
-                  meanAbsoluteError(naive.first(lumaSize), reference.first(lumaSize)));
         // Scaled down first to odd sizes (blocks cut at the right and bottom edges).
         const QString scale = ",scale=161:91:flags=bicubic";
         const QByteArray scaledReference =

@@ -11,9 +11,11 @@ MediaTime t(std::int64_t value, std::int32_t timescale) {
     return {value, timescale};
 }
 
+// The same value in the same timescale, not only the same instant.
 void expectSame(const MediaTime& actual, const MediaTime& expected, const char* what) {
-    EXPECT_EQ(actual.value, expected.value) << what;
-    EXPECT_EQ(actual.timescale, expected.timescale) << what;
+    EXPECT_EQ(std::pair(actual.value, actual.timescale),
+              std::pair(expected.value, expected.timescale))
+        << what;
 }
 
 TEST(MediaTime, Arithmetic) {
@@ -24,23 +26,19 @@ TEST(MediaTime, Arithmetic) {
     };
     const Case cases[] = {
         {"3 s", MediaTime::fromSeconds(3), t(18000, 6000)},
-        {"0.1 s", MediaTime::fromSeconds(0.1), t(600, 6000)},
         {"half a tick rounds away from zero", MediaTime::fromSeconds(2.5 / 6000), t(3, 6000)},
         {"negative half too", MediaTime::fromSeconds(-2.5 / 6000), t(-3, 6000)},
         {"other timescale", MediaTime::fromSeconds(1.5, 600), t(900, 600)},
-        {"same timescale adds values", t(1, 6000) + t(2, 6000), t(3, 6000)},
         {"least common multiple", t(1, 6000) + t(1, 15360), t(64 + 25, 384000)},
         {"subtract", t(18000, 6000) - t(1, 2), t(15000, 6000)},
         {"timescale beyond 32 bits is capped and rounded", t(1, 2147483629) + t(1, 2147483587),
          t(2, MediaTime::maxTimescale)},
-        {"multiply keeps timescale", t(18000, 6000).multipliedBy(0.5), t(9000, 6000)},
         {"multiply rounds half away", t(3, 6000).multipliedBy(0.5), t(2, 6000)},
         {"multiply by 1/1.5", t(6000, 6000).multipliedBy(1 / 1.5), t(4000, 6000)},
         {"multiply by 1/4 of an odd count", t(18001, 6000).multipliedBy(0.25), t(4500, 6000)},
         {"convert rounds", t(1, 3).converted(1000), t(333, 1000)},
         {"floor", t(2, 3).flooredTo(1000), t(666, 1000)},
         {"floor of a negative", t(-1, 3).flooredTo(1000), t(-334, 1000)},
-        {"scaled exactly", t(3, 30).scaledFloor(t(2, 1), t(1, 1), 30), t(6, 30)},
         {"scaled rounds down", t(1, 30).scaledFloor(t(1, 1), t(3, 1), 90), t(1, 90)},
         {"scaled negative rounds down", t(-1, 30).scaledFloor(t(1, 1), t(4, 1), 90), t(-1, 90)},
         // Ten hours at half speed: the whole product needs more than 64 bits.

@@ -6,6 +6,11 @@
 #include "timeline/Carrier.h"
 #include "timeline/VideoRenderer.h"
 
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <set>
@@ -30,20 +35,47 @@ Segment numbered(double speed = 1) {
     return s;
 }
 
-TEST(VideoRenderer, ShowsTheSourceFrameOfEveryTimeAtEverySpeed) {
-    for (double speed : {0.25, 0.5, 1.0, 1.5, 2.0, 4.0}) {
-        VideoRenderer renderer(build({numbered(speed)}));
-        ASSERT_EQ(renderer.frameCount(), std::llround(60 / speed)) << speed;
-        for (std::int64_t n = 0; n < renderer.frameCount(); ++n) {
-            const ff::FramePtr frame = renderer.render(n);
-            ASSERT_TRUE(frame);
-            EXPECT_EQ(frame->pts, n);
-            // Output time n/30 shows source time n/30 × speed: frame ⌊n × speed⌋.
-            ASSERT_EQ(frameNumber(*frame), static_cast<int>(std::floor(n * speed)))
-                << "speed " << speed << ", output frame " << n;
-        }
+// All of the timeline's audio, left channel.
+std::vector<float> renderAll(AudioRenderer& renderer) {
+    std::vector<float> left;
+    while (const ff::FramePtr frame = renderer.read(1024)) {
+        EXPECT_EQ(frame->pts, static_cast<std::int64_t>(left.size()));
+        EXPECT_EQ(frame->sample_rate, 48000);
+        EXPECT_EQ(frame->ch_layout.nb_channels, 2);
+        const auto* l = reinterpret_cast<const float*>(frame->extended_data[0]);
+        left.insert(left.end(), l, l + frame->nb_samples);
     }
+    return left;
 }
+
+// A clip played at a speed shows the source frame of every instant and keeps its pitch.
+class AtSpeed : public testing::TestWithParam<double> {};
+
+TEST_P(AtSpeed, ShowsTheSourceFrameOfEveryTimeAndKeepsPitch) {
+    const double speed = GetParam();
+    const auto timeline = build({numbered(speed)});
+    VideoRenderer renderer(timeline);
+    ASSERT_EQ(renderer.frameCount(), std::llround(60 / speed));
+    for (std::int64_t n = 0; n < renderer.frameCount(); ++n) {
+        const ff::FramePtr frame = renderer.render(n);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frame->pts, n);
+        // Output time n/30 shows source time n/30 × speed: frame ⌊n × speed⌋.
+        ASSERT_EQ(frameNumber(*frame), static_cast<int>(std::floor(n * speed))) << "frame " << n;
+    }
+    AudioRenderer audio(timeline);
+    ASSERT_TRUE(audio.hasAudio());
+    const std::vector<float> left = renderAll(audio);
+    ASSERT_EQ(static_cast<std::int64_t>(left.size()),
+              AudioRenderer::sampleAt(timeline->duration()));
+    EXPECT_NEAR(static_cast<double>(left.size()) / 48000, 2 / speed, 1.0 / 30);
+    // The middle of the clip, away from its fades and the encoder's edges.
+    const std::size_t from = left.size() / 4, count = left.size() / 2;
+    EXPECT_NEAR(test::frequency(left.data() + from, count, 48000), 440, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Speeds, AtSpeed, testing::Values(0.25, 0.5, 1.0, 1.5, 2.0, 4.0),
+                         [](const auto& p) { return "x" + std::to_string(int(p.param * 100)); });
 
 TEST(VideoRenderer, RandomAccessAndTrimmedStarts) {
     Segment trimmed = numbered();
@@ -83,20 +115,47 @@ TEST(VideoRenderer, BlackWhereTheSourceHasNoFrame) {
     }
 }
 
-TEST(VideoRenderer, PhoneVideoStandsUprightAndPhotosShow) {
-    Segment phone = videoSegment(test::quadrantVideo(true), 1, {160, 320}, 30, false);
-    VideoRenderer renderer(build({phone, test::photoSegment("/gone.jpg", {160, 320}, 1)}));
-    EXPECT_EQ(renderer.size(), (Size{160, 320})) << "the upright phone frame";
-    const ff::FramePtr frame = renderer.render(10);
-    ASSERT_TRUE(frame);
-    // The source's top-left quadrant (red) is now at the top right.
+// What stands in the four quadrants of a frame: top left, top right, bottom left, bottom right.
+std::string quadrantsOf(const AVFrame& frame) {
+    const int w = frame.width, h = frame.height;
     std::string seen;
-    for (auto [x, y] : {std::pair{40, 80}, {120, 80}, {40, 240}, {120, 240}})
-        seen += test::colourAt(*frame, x, y);
-    EXPECT_EQ(seen, "BRWG");
-    const ff::FramePtr photo = renderer.render(45);
-    ASSERT_TRUE(photo);
-    EXPECT_EQ(test::colourAt(*photo, 80, 160), 'K') << "an unreadable photo shows black";
+    for (auto [x, y] :
+         {std::pair{w / 4, h / 4}, {3 * w / 4, h / 4}, {w / 4, 3 * h / 4}, {3 * w / 4, 3 * h / 4}})
+        seen += test::colourAt(frame, x, y);
+    return seen;
+}
+
+// A phone's clip turned by its display matrix and photos needing three quarter turns (stored
+// with EXIF orientation 8, in JPEG which Qt turns and PNG which Vimbo turns, or turned so by
+// the user) stand upright from the probe through the build to the rendered frame.
+TEST(VideoRenderer, TurnedVideosAndPhotosStandUpright) {
+    std::vector<Segment> segments{
+        videoSegment(test::quadrantVideo(true), 1, {160, 320}, 30, false)};
+    const QString png = test::generated("quadrants-turned-source.png",
+                                        {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf",
+                                         test::quadrantsFilter, "-frames:v", "1"});
+    for (const QString& stored : {test::quadrantsPhoto(), png}) {
+        const QString photo = test::scratchFolder() + "/left." + QFileInfo(stored).suffix();
+        ASSERT_TRUE(QFile::copy(stored, photo));
+        ASSERT_TRUE(
+            test::run("exiftool", {"-q", "-overwrite_original", "-Orientation=8", "-n", photo}));
+        const QUrl url = QUrl::fromLocalFile(photo);
+        segments.push_back({url, MediaProbe::probe(url), {}});
+        segments.back().edits.photoDuration = 1;
+    }
+    const QUrl plain = QUrl::fromLocalFile(test::quadrantsPhoto());
+    segments.push_back({plain, MediaProbe::probe(plain), {}});
+    segments.back().edits.photoDuration = 1;
+    segments.back().edits.quarterTurns = 3;
+    segments.push_back(test::photoSegment("/gone.jpg", {160, 320}, 1));
+    VideoRenderer renderer(build(segments));
+    EXPECT_EQ(renderer.size().height, 2 * renderer.size().width) << "the upright frame";
+    // The source's top-left quadrant (red) is now at the top right.
+    EXPECT_EQ(quadrantsOf(*renderer.render(10)), "BRWG") << "the phone's clip";
+    // Turned a quarter counter-clockwise: the red top left is now at the bottom left.
+    for (const std::int64_t n : {45, 75, 105})
+        EXPECT_EQ(quadrantsOf(*renderer.render(n)), "GWRB") << "the photo at frame " << n;
+    EXPECT_EQ(quadrantsOf(*renderer.render(135)), "KKKK") << "an unreadable photo shows black";
 }
 
 TEST(VideoRenderer, CancelStopsWork) {
@@ -111,34 +170,6 @@ TEST(VideoRenderer, CancelStopsWork) {
     EXPECT_THROW(audio.read(1024), Cancelled);
     // A cancel raised while a source opens reaches FFmpeg's I/O through its interrupt callback.
     EXPECT_THROW(VideoRenderer(build({numbered()}), cancel).render(0), Cancelled);
-}
-
-// All of the timeline's audio, left channel.
-std::vector<float> renderAll(AudioRenderer& renderer) {
-    std::vector<float> left;
-    while (const ff::FramePtr frame = renderer.read(1024)) {
-        EXPECT_EQ(frame->pts, static_cast<std::int64_t>(left.size()));
-        EXPECT_EQ(frame->sample_rate, 48000);
-        EXPECT_EQ(frame->ch_layout.nb_channels, 2);
-        const auto* l = reinterpret_cast<const float*>(frame->extended_data[0]);
-        left.insert(left.end(), l, l + frame->nb_samples);
-    }
-    return left;
-}
-
-TEST(AudioRenderer, KeepsPitchAtEverySpeed) {
-    for (double speed : {0.25, 0.5, 1.0, 1.5, 2.0, 4.0}) {
-        const auto timeline = build({numbered(speed)});
-        AudioRenderer renderer(timeline);
-        ASSERT_TRUE(renderer.hasAudio());
-        const std::vector<float> left = renderAll(renderer);
-        ASSERT_EQ(static_cast<std::int64_t>(left.size()),
-                  AudioRenderer::sampleAt(timeline->duration()));
-        EXPECT_NEAR(static_cast<double>(left.size()) / 48000, 2 / speed, 1.0 / 30) << speed;
-        // The middle of the clip, away from its fades and the encoder's edges.
-        const std::size_t from = left.size() / 4, count = left.size() / 2;
-        EXPECT_NEAR(test::frequency(left.data() + from, count, 48000), 440, 4) << "speed " << speed;
-    }
 }
 
 TEST(AudioRenderer, ClipsAbutAtExactSamplesWithSilenceBetween) {
@@ -173,6 +204,13 @@ TEST(AudioRenderer, ClipsAbutAtExactSamplesWithSilenceBetween) {
     EXPECT_EQ(seen, "LL00HH00LL");
     // Nothing leaks across a join into the silence around the photo.
     EXPECT_EQ(tone(2.0, 2.25), '0');
+
+    // Without any sound to play, silence as long as the picture.
+    AudioRenderer silent(build({muted}));
+    EXPECT_FALSE(silent.hasAudio());
+    const std::vector<float> none = renderAll(silent);
+    EXPECT_EQ(none.size(), 96000u);
+    EXPECT_EQ(*std::max_element(none.begin(), none.end()), 0.0f);
 }
 
 TEST(AudioRenderer, SeeksToAnyTime) {
@@ -201,99 +239,69 @@ TEST(AudioRenderer, SeeksToAnyTime) {
     EXPECT_NEAR(test::frequency(l + 480, 9600 - 480, 48000), 440, 5);
 }
 
-TEST(AudioRenderer, SilenceWithoutAnAudioTrack) {
-    Segment muted = numbered();
-    muted.edits.muted = true;
-    const auto timeline = build({muted});
-    AudioRenderer renderer(timeline);
-    EXPECT_FALSE(renderer.hasAudio());
-    const std::vector<float> left = renderAll(renderer);
-    EXPECT_EQ(left.size(), 96000u);
-    EXPECT_EQ(*std::max_element(left.begin(), left.end()), 0.0f);
-}
-
-} // namespace
-} // namespace vimbo
-
-namespace vimbo {
-namespace {
-
 // Every real sample movie, probed as the project would, plays through both renderers: the
 // picture at its start, middle and end, the whole sound, of the right sizes and lengths.
-TEST(Renderers, RealSamples) {
+class RealSample : public testing::TestWithParam<const char*> {};
+
+TEST_P(RealSample, PlaysThroughBothRenderers) {
     VIMBO_REQUIRE_SAMPLES();
-    const char* names[] = {"dolbyVision-hdr.MOV",
-                           "portrait_4k60.mp4",
-                           "pixel7_videoOnly_cleaned.mp4",
-                           "internal_emulator_transformer_output_270_rotated.mp4",
-                           "sample_rotate_and_reflect.mp4",
-                           "rotate-buck-bunny.mp4",
-                           "hlg10-color-test.mp4",
-                           "hdr10-video-with-sdr-container.mp4",
-                           "sample_with_colr_mdcv_and_clli.mp4",
-                           "sowt-with-video.mov",
-                           "sample_ipcm_16be.mp4",
-                           "cursed-vfr.mp4",
-                           "sample_android_slow_motion.mp4",
-                           "edit_list_positive_shift.mp4",
-                           "bbb_800x640_768kbps_30fps_avc_2b_firstpts_10_sec.mp4",
-                           "sample_shorter_audio.mp4",
-                           "video-h265.mp4",
-                           "sample_av1.mp4",
-                           "bbb_176x144_128kbps_15fps_h263.3gp",
-                           "sample_12_5fps_720p_1s.mp4",
-                           "sar_2x1.mp4",
-                           "bt601.mov",
-                           "sample_empty_track.mp4",
-                           "iibbibb_editlist_videoonly.mp4",
-                           "no_timescale.mp4",
-                           "sample_fpcm_32le.mp4",
-                           "sample_fragmented.mp4",
-                           "sample_vvc.mp4"};
+    const std::string name = GetParam();
     // Frames that are flat in the file itself (-1: all of them).
     const std::set<std::pair<std::string, std::int64_t>> flatFrames{
         {"rotate-buck-bunny.mp4", 0},         // fades in from black
         {"edit_list_positive_shift.mp4", -1}, // a black picture
         {"no_timescale.mp4", 0},              // mid-grey until its first good frame
     };
-    for (const char* name : names) {
-        const QUrl url = QUrl::fromLocalFile(test::sample(name));
-        const MediaInfo info = MediaProbe::probe(url);
-        if (!info.isUsable())
-            continue;
-        Segment s{url, info, {}};
-        s.edits.trimEnd = std::max(0.0, info.duration - 3); // at most 3 s of each
-        std::shared_ptr<const Timeline> timeline;
-        try {
-            timeline = build({s});
-        } catch (const VimboError& e) {
-            ADD_FAILURE() << name << ": " << e.what();
-            continue;
-        }
-        VideoRenderer video(timeline);
-        const Size size = video.size();
-        for (std::int64_t n : {std::int64_t(0), video.frameCount() / 2, video.frameCount() - 1}) {
-            const ff::FramePtr frame = video.render(n);
-            ASSERT_TRUE(frame) << name;
-            EXPECT_EQ(frame->width, int(size.width)) << name;
-            EXPECT_EQ(frame->height, int(size.height)) << name;
-            // A picture, not the flat black of a frame the source did not have.
-            int low = 255, high = 0;
-            for (int y = 0; y < frame->height; y += 4)
-                for (int x = 0; x < frame->width; x += 4) {
-                    low = std::min<int>(low, frame->data[0][y * frame->linesize[0] + x]);
-                    high = std::max<int>(high, frame->data[0][y * frame->linesize[0] + x]);
-                }
-            const bool flat = flatFrames.count({name, n}) || flatFrames.count({name, -1});
-            EXPECT_EQ(high - low <= 4, flat) << name << " frame " << n;
-        }
-        AudioRenderer audio(timeline);
-        std::int64_t samples = 0;
-        while (const ff::FramePtr frame = audio.read(4096))
-            samples += frame->nb_samples;
-        EXPECT_EQ(samples, AudioRenderer::sampleAt(timeline->duration())) << name;
+    const QUrl url = QUrl::fromLocalFile(test::sample(GetParam()));
+    const MediaInfo info = MediaProbe::probe(url);
+    if (!info.isUsable())
+        GTEST_SKIP() << "not a movie Vimbo plays";
+    Segment s{url, info, {}};
+    s.edits.trimEnd = std::max(0.0, info.duration - 3); // at most 3 s of it
+    const auto timeline = build({s});
+    VideoRenderer video(timeline);
+    const Size size = video.size();
+    for (std::int64_t n : {std::int64_t(0), video.frameCount() / 2, video.frameCount() - 1}) {
+        const ff::FramePtr frame = video.render(n);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frame->width, int(size.width));
+        EXPECT_EQ(frame->height, int(size.height));
+        // A picture, not the flat black of a frame the source did not have.
+        int low = 255, high = 0;
+        for (int y = 0; y < frame->height; y += 4)
+            for (int x = 0; x < frame->width; x += 4) {
+                low = std::min<int>(low, frame->data[0][y * frame->linesize[0] + x]);
+                high = std::max<int>(high, frame->data[0][y * frame->linesize[0] + x]);
+            }
+        const bool flat = flatFrames.count({name, n}) || flatFrames.count({name, -1});
+        EXPECT_EQ(high - low <= 4, flat) << "frame " << n;
     }
+    AudioRenderer audio(timeline);
+    std::int64_t samples = 0;
+    while (const ff::FramePtr frame = audio.read(4096))
+        samples += frame->nb_samples;
+    EXPECT_EQ(samples, AudioRenderer::sampleAt(timeline->duration()));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Samples, RealSample,
+    testing::Values(
+        "dolbyVision-hdr.MOV", "portrait_4k60.mp4", "pixel7_videoOnly_cleaned.mp4",
+        "internal_emulator_transformer_output_270_rotated.mp4", "sample_rotate_and_reflect.mp4",
+        "rotate-buck-bunny.mp4", "hlg10-color-test.mp4", "hdr10-video-with-sdr-container.mp4",
+        "sample_with_colr_mdcv_and_clli.mp4", "sowt-with-video.mov", "sample_ipcm_16be.mp4",
+        "cursed-vfr.mp4", "sample_android_slow_motion.mp4", "edit_list_positive_shift.mp4",
+        "bbb_800x640_768kbps_30fps_avc_2b_firstpts_10_sec.mp4", "sample_shorter_audio.mp4",
+        "video-h265.mp4", "sample_av1.mp4", "bbb_176x144_128kbps_15fps_h263.3gp",
+        "sample_12_5fps_720p_1s.mp4", "sar_2x1.mp4", "bt601.mov", "sample_empty_track.mp4",
+        "iibbibb_editlist_videoonly.mp4", "no_timescale.mp4", "sample_fpcm_32le.mp4",
+        "sample_fragmented.mp4", "sample_vvc.mp4"),
+    [](const auto& p) {
+        std::string name = p.param;
+        std::replace_if(
+            name.begin(), name.end(), [](char c) { return !std::isalnum(c); }, '_');
+        return name;
+    });
 
 } // namespace
 } // namespace vimbo

@@ -54,11 +54,26 @@ TEST(TimelineRules, FrameDuration) {
 
 TEST(TimelineRules, CanJoinWithoutReencoding) {
     const Layout fit{FrameShape::auto_, FillMode::fit};
-    auto with = [](Segment s, auto change) {
+    // A 30 fps clip changed by `change`.
+    const auto v = [](auto change) {
+        Segment s = video(30);
         change(s);
         return s;
     };
-    Segment other = with(video(29.97f), [](Segment& s) { s.info.audioFormat = "lpcm 48000 2"; });
+    const Segment lpcm = v([](Segment& s) { s.info.audioFormat = "lpcm 48000 2"; });
+    const Segment mutedLpcm = v([](Segment& s) {
+        s.info.audioFormat = "lpcm 48000 2";
+        s.edits.muted = true;
+    });
+    const Segment silent = v([](Segment& s) {
+        s.info.audioFormat = "lpcm 48000 2";
+        s.info.hasAudio = false;
+    });
+    const Segment missing = v([](Segment& s) { s.info.kind = MediaKind::missing; });
+    const Segment unsupported = v([](Segment& s) {
+        s.info.kind = MediaKind::unsupported;
+        s.info.frameRate = 60;
+    });
     struct Case {
         const char* what;
         std::vector<Segment> segments;
@@ -68,46 +83,24 @@ TEST(TimelineRules, CanJoinWithoutReencoding) {
     const Case cases[] = {
         {"29.97 and 30 fps join", {video(29.97f), video(30)}, fit, true},
         {"the same under tall do not", {video(29.97f), video(30)}, {FrameShape::tall}, false},
-        {"turned once",
-         {video(30), with(video(30), [](Segment& s) { s.edits.quarterTurns = 1; })},
-         fit,
-         false},
+        {"turned once", {video(30), v([](Segment& s) { s.edits.quarterTurns = 1; })}, fit, false},
         {"turned four times",
-         {video(30), with(video(30), [](Segment& s) { s.edits.quarterTurns = 4; })},
+         {video(30), v([](Segment& s) { s.edits.quarterTurns = 4; })},
          fit,
          true},
-        {"a muted clip of another audio format",
-         {video(30), with(other, [](Segment& s) { s.edits.muted = true; })},
-         fit,
-         true},
-        {"another audio format heard", {video(30), other}, fit, false},
-        {"a clip without sound",
-         {video(30), with(other, [](Segment& s) { s.info.hasAudio = false; })},
-         fit,
-         true},
+        {"a muted clip of another audio format", {video(30), mutedLpcm}, fit, true},
+        {"another audio format heard", {video(30), lpcm}, fit, false},
+        {"a clip without sound", {video(30), silent}, fit, true},
         {"a photo", {video(30), photo()}, fit, false},
-        {"nothing usable",
-         {with(video(30), [](Segment& s) { s.info.kind = MediaKind::missing; })},
-         fit,
-         false},
-        {"unusable clips are left out",
-         {video(30), with(video(60), [](Segment& s) { s.info.kind = MediaKind::unsupported; })},
-         fit,
-         true},
-        {"speed", {with(video(30), [](Segment& s) { s.edits.speed = 2; })}, fit, false},
-        {"trimmed", {with(video(30), [](Segment& s) { s.edits.trimStart = 1; })}, fit, true},
+        {"nothing usable", {missing}, fit, false},
+        {"unusable clips are left out", {video(30), unsupported}, fit, true},
+        {"speed", {v([](Segment& s) { s.edits.speed = 2; })}, fit, false},
+        {"trimmed", {v([](Segment& s) { s.edits.trimStart = 1; })}, fit, true},
         {"frame rates 0.5 apart", {video(30), video(30.5f)}, fit, false},
-        {"another codec",
-         {video(30), with(video(30), [](Segment& s) { s.info.codec = "hvc1"; })},
-         fit,
-         false},
-        {"HDR and SDR",
-         {video(30), with(video(30), [](Segment& s) { s.info.isHDR = true; })},
-         fit,
-         false},
+        {"another codec", {video(30), v([](Segment& s) { s.info.codec = "hvc1"; })}, fit, false},
+        {"HDR and SDR", {video(30), v([](Segment& s) { s.info.isHDR = true; })}, fit, false},
         {"another transform",
-         {video(30),
-          with(video(30), [](Segment& s) { s.info.transform = {0, 1, -1, 0, 1080, 0}; })},
+         {video(30), v([](Segment& s) { s.info.transform = {0, 1, -1, 0, 1080, 0}; })},
          fit,
          false},
         {"another size", {video(30), video(30, {1280, 720})}, fit, false},
