@@ -38,7 +38,7 @@ TEST_F(ProjectTest, AddExpandsFoldersNaturallyAndSelectsTheNewClips) {
               (QSet<QUuid>{idOf("b2.jpg"), idOf("b10.jpg"), idOf("clip.mkv"), idOf("z.jpg")}));
 }
 
-TEST_F(ProjectTest, AddingNothingUsableChangesNothing) {
+TEST_F(ProjectTest, NumberingOnlyGrowsNothingIsDeduplicatedAndNothingUsableAddsNothing) {
     QDir().mkpath(root + "/empty");
     file("text/readme.txt");
     project->add({QUrl::fromLocalFile(root + "/empty"), QUrl::fromLocalFile(files + "/text"),
@@ -46,9 +46,7 @@ TEST_F(ProjectTest, AddingNothingUsableChangesNothing) {
     EXPECT_TRUE(project->clips().empty());
     EXPECT_EQ(stack().count(), 0);
     EXPECT_EQ(project->nextAdded(), 0);
-}
 
-TEST_F(ProjectTest, NumberingOnlyGrowsAndNothingIsDeduplicated) {
     const QUrl a = file("a.jpg");
     project->add({a});
     project->add({a});
@@ -110,35 +108,6 @@ TEST_F(ProjectTest, ClickWithModifiers) {
     EXPECT_EQ(project->selectedClips()[0].id, A);
 }
 
-TEST_F(ProjectTest, EditAndRotateTouchOnlyProbedClips) {
-    const QString jpg =
-        generated("still.jpg", {"-f", "lavfi", "-i", "color=red:s=64x48", "-frames:v", "1"});
-    project->add({QUrl::fromLocalFile(jpg)});
-    ASSERT_TRUE(probed(1));
-    project->addImported({file("unprobed.jpg")}); // never probed before the edits below run
-    project->selectAll();
-
-    project->rotateSelection(-1);
-    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 3);
-    EXPECT_EQ(project->clips()[1].edits.quarterTurns, 0);
-    nextTurn();
-    project->rotateSelection(+1);
-    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 0);
-    nextTurn();
-    EXPECT_EQ(stack().undoText(), QStringLiteral("Rotate"));
-
-    const MediaInfo* seen = nullptr;
-    project->edit(UndoName::changeDuration, QSet<QUuid>{project->clips()[0].id},
-                  [&](ClipEdits& e, const MediaInfo& info) {
-                      e.photoDuration = 0;
-                      seen = &info;
-                  });
-    ASSERT_TRUE(seen);
-    EXPECT_EQ(seen->kind, MediaKind::photo);
-    EXPECT_DOUBLE_EQ(project->duration(), 0.1);
-    EXPECT_EQ(project->usable().size(), 1u);
-}
-
 TEST_F(ProjectTest, SortOrdersAreStableAndMakeStepsOnlyWhenTheyMoveSomething) {
     auto dated = [&](const QString& name, const char* date) {
         const QUrl url = photo(name);
@@ -168,7 +137,7 @@ TEST_F(ProjectTest, SortOrdersAreStableAndMakeStepsOnlyWhenTheyMoveSomething) {
     EXPECT_EQ(stack().undoText(), QStringLiteral("Sort"));
 }
 
-TEST_F(ProjectTest, DurationAndUsableSkipUnprobedMissingAndUnsupported) {
+TEST_F(ProjectTest, EditsDurationAndUsableSkipUnprobedMissingAndUnsupported) {
     const QString jpg =
         generated("still.jpg", {"-f", "lavfi", "-i", "color=red:s=64x48", "-frames:v", "1"});
     const QString mp4 =
@@ -183,6 +152,27 @@ TEST_F(ProjectTest, DurationAndUsableSkipUnprobedMissingAndUnsupported) {
     EXPECT_EQ(usable[0].first, idOf("still.jpg"));
     EXPECT_EQ(usable[1].second.info.kind, MediaKind::video);
     EXPECT_NEAR(project->duration(), 3 + 2, 0.05);
+
+    project->addImported({file("unprobed.jpg")}); // never probed before the edits below run
+    project->selectAll();
+    project->rotateSelection(-1);
+    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 3);
+    EXPECT_EQ(project->clips()[3].edits.quarterTurns, 0);
+    nextTurn();
+    project->rotateSelection(+1);
+    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 0);
+    nextTurn();
+    EXPECT_EQ(stack().undoText(), QStringLiteral("Rotate"));
+
+    const MediaInfo* seen = nullptr;
+    project->edit(UndoName::changeDuration, QSet<QUuid>{project->clips()[0].id},
+                  [&](ClipEdits& e, const MediaInfo& info) {
+                      e.photoDuration = 0;
+                      seen = &info;
+                  });
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(seen->kind, MediaKind::photo);
+    EXPECT_NEAR(project->duration(), 0.1 + 2, 0.05);
 }
 
 } // namespace
