@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QThread>
 
@@ -239,7 +240,7 @@ TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) 
     saved.close();
 
     std::vector<QByteArray> damaged;
-    for (int cut = 0; cut < good.size(); cut += 7)
+    for (int cut = 0; cut < good.size(); cut += 11)
         damaged.push_back(good.left(cut));
     for (const char* bad :
          {"null", "[]", "{}", "not json", "{\"clips\":[],\"layout\":{\"shape\":\"auto\"}}",
@@ -249,8 +250,24 @@ TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) 
           "{\"clips\":[],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":\"0\"}",
           "{\"clips\":[1],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":0}"})
         damaged.emplace_back(bad);
-    QByteArray wrongType = good;
-    damaged.push_back(wrongType.replace("\"muted\":false", "\"muted\":0"));
+    // A clip with a field missing, of the wrong type or in the wrong form spoils the whole file.
+    const std::pair<const char*, const char*> spoiled[] = {
+        {R"x("muted":false)x", R"x("muted":0)x"},
+        {R"x("imported":false,)x", ""},
+        {R"x("photoDuration":[^,]+,)x", ""},
+        {R"x("speed":([0-9.]+))x", R"x("speed":"\1")x"},
+        {R"x("quarterTurns":0)x", R"x("quarterTurns":0.5)x"},
+        {R"x("added":0)x", R"x("added":0.5)x"},
+        {R"x("id":"([^"]+)")x", R"x("id":"{\1}")x"},
+        {R"x("bookmark":"[^"]*")x", R"x("bookmark":"***")x"},
+        {R"x("url":"[^"]*")x", R"x("url":5)x"},
+    };
+    for (const auto& [pattern, replacement] : spoiled) {
+        const QString text = QString::fromUtf8(good);
+        const QString bad = QString(text).replace(QRegularExpression(pattern), replacement);
+        ASSERT_NE(bad, text) << pattern;
+        damaged.push_back(bad.toUtf8());
+    }
 
     for (const QByteArray& bytes : damaged) {
         touch(store.sessionFile(), bytes);
