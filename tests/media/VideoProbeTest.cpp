@@ -32,64 +32,35 @@ TEST(VideoProbe, FactsOfGeneratedMovies) {
         double duration;
         float frameRate;
         const char* codec;
-        const char* audio;
-        bool hdr;
+        const char* audio = "";
+        bool hdr = false;
     };
     const QStringList x265{"-c:v", "libx265", "-x265-params", "log-level=error"};
     const QStringList hlg{"-pix_fmt",    "yuv420p10le", "-color_primaries", "bt2020",
                           "-colorspace", "bt2020nc",    "-color_trc",       "arib-std-b67"};
+    const QStringList aac = movie(picture, stereo, {"-c:v", "libx264", "-c:a", "aac"});
+    const QStringList pcm =
+        movie("testsrc=size=320x240:rate=25:duration=2", mono, {"-c:a", "pcm_s16le"});
+    const QStringList ac3 =
+        movie("testsrc=size=640x360:rate=24:duration=1", stereo, {"-c:a", "ac3"});
+    // H.263's sample entry leaves the picture size to the bitstream.
+    const QStringList h263 =
+        movie("testsrc=size=176x144:rate=15:duration=1", "", {"-c:v", "h263", "-f", "3gp"});
+    // The header of a fragmented movie lists no samples; they are in the fragments.
+    const QStringList fragmented = movie(picture, mono, {"-movflags", "frag_keyframe+empty_moov"});
     const Case cases[] = {
-        {"aac.mp4",
-         movie(picture, stereo, {"-c:v", "libx264", "-c:a", "aac"}),
-         {320, 240},
-         1,
-         30,
-         "avc1",
-         "aac 48000 2",
-         false},
-        {"pcm.mov",
-         movie("testsrc=size=320x240:rate=25:duration=2", mono, {"-c:a", "pcm_s16le"}),
-         {320, 240},
-         2,
-         25,
-         "avc1",
-         "lpcm 44100 1",
-         false},
-        {"ac3.mp4",
-         movie("testsrc=size=640x360:rate=24:duration=1", stereo, {"-c:a", "ac3"}),
-         {640, 360},
-         1,
-         24,
-         "avc1",
-         "ac-3 48000 2",
-         false},
+        {"aac.mp4", aac, {320, 240}, 1, 30, "avc1", "aac 48000 2"},
+        {"pcm.mov", pcm, {320, 240}, 2, 25, "avc1", "lpcm 44100 1"},
+        {"ac3.mp4", ac3, {640, 360}, 1, 24, "avc1", "ac-3 48000 2"},
         {"hevc.mp4",
          movie(picture, "", x265 + QStringList{"-tag:v", "hvc1"}),
          {320, 240},
          1,
          30,
-         "hvc1",
-         "",
-         false},
+         "hvc1"},
         {"hlg.mov", movie(picture, "", x265 + hlg), {320, 240}, 1, 30, "hev1", "", true},
-        // H.263's sample entry leaves the picture size to the bitstream.
-        {"h263.mp4",
-         movie("testsrc=size=176x144:rate=15:duration=1", "", {"-c:v", "h263", "-f", "3gp"}),
-         {176, 144},
-         1,
-         15,
-         "s263",
-         "",
-         false},
-        // The header of a fragmented movie lists no samples; they are in the fragments.
-        {"fragmented.mp4",
-         movie(picture, mono, {"-movflags", "frag_keyframe+empty_moov"}),
-         {320, 240},
-         1,
-         30,
-         "avc1",
-         "aac 44100 1",
-         false},
+        {"h263.mp4", h263, {176, 144}, 1, 15, "s263"},
+        {"fragmented.mp4", fragmented, {320, 240}, 1, 30, "avc1", "aac 44100 1"},
     };
     for (const Case& c : cases) {
         const QString path =
