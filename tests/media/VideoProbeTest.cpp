@@ -2,7 +2,6 @@
 #include "tests/support/Media.h"
 
 #include <QFile>
-#include <QtEndian>
 
 #include <array>
 #include <gtest/gtest.h>
@@ -80,28 +79,6 @@ TEST(VideoProbe, FactsOfGeneratedMovies) {
     }
 }
 
-// A copy of `source` whose video track header carries `matrix` (a, b, c, d, tx, ty), written
-// into the movie file itself as a phone or editor writes it.
-QString withMatrix(const QString& source, const QString& name, const std::array<double, 6>& m) {
-    QFile in(source);
-    EXPECT_TRUE(in.open(QIODevice::ReadOnly));
-    QByteArray bytes = in.readAll();
-    const qsizetype box = bytes.indexOf("tkhd");
-    EXPECT_GT(box, 0);
-    // After the version: three 32-bit times and ids (64-bit in version 1), then 16 bytes.
-    const qsizetype matrix = box + 8 + (bytes[box + 4] == 1 ? 32 : 20) + 16;
-    const std::array<qint32, 9> values{qint32(m[0] * 65536), qint32(m[1] * 65536), 0,
-                                       qint32(m[2] * 65536), qint32(m[3] * 65536), 0,
-                                       qint32(m[4] * 65536), qint32(m[5] * 65536), 1 << 30};
-    for (std::size_t i = 0; i < values.size(); ++i)
-        qToBigEndian(values[i], bytes.data() + matrix + 4 * i);
-    const QString path = test::scratchFolder() + QLatin1Char('/') + name;
-    QFile out(path);
-    EXPECT_TRUE(out.open(QIODevice::WriteOnly));
-    out.write(bytes);
-    return path;
-}
-
 TEST(VideoProbe, TransformAndUprightSizeFromTheTrackMatrix) {
     const QString upright =
         test::generated(QStringLiteral("video-1920x1080.mp4"),
@@ -123,7 +100,7 @@ TEST(VideoProbe, TransformAndUprightSizeFromTheTrackMatrix) {
     };
     for (const Case& c : cases) {
         const QString path =
-            withMatrix(upright, QLatin1String(c.name) + QStringLiteral(".mp4"), c.matrix);
+            test::withMatrix(upright, QLatin1String(c.name) + QStringLiteral(".mp4"), c.matrix);
         const auto info = MediaProbe::probeVideo(QUrl::fromLocalFile(path));
         ASSERT_TRUE(info) << c.name;
         EXPECT_EQ(info->naturalSize, (Size{1920, 1080})) << c.name;
