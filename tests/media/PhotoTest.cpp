@@ -11,16 +11,6 @@
 namespace vimbo {
 namespace {
 
-// A copy of a generated image with its EXIF orientation set, private to this test.
-QString oriented(const QString& image, int orientation) {
-    const QString copy = test::scratchFolder() + "/" + QString::number(orientation) + "." +
-                         QFileInfo(image).suffix();
-    EXPECT_TRUE(QFile::copy(image, copy));
-    test::run("exiftool", {"-q", "-overwrite_original",
-                           "-Orientation=" + QString::number(orientation), "-n", copy});
-    return copy;
-}
-
 // Copies of a generated image with EXIF orientations 1 to 8, made by one exiftool run.
 QStringList orientedCopies(const QString& image) {
     const QString folder = test::scratchFolder();
@@ -53,32 +43,10 @@ QUrl file(const QString& path) {
     return QUrl::fromLocalFile(path);
 }
 
-TEST(PhotoLoad, BoundedSizeWithOrientation) {
-    const QString big = test::generated(
-        "plain-4032x3024.jpg", {"-f", "lavfi", "-i", "testsrc2=size=4032x3024", "-frames:v", "1"});
-    const QString turned = oriented(big, 6);
-    struct Case {
-        const char* what;
-        QString path;
-        std::int64_t maxPixels;
-        QSize expected;
-    };
-    const Case cases[] = {
-        {"a phone photo turned upright", turned, 320, {240, 320}},
-        {"zero asks for one pixel", turned, 0, {1, 1}},
-        {"negative too", turned, -5, {1, 1}},
-        {"never larger than the image", turned, 10000, {3024, 4032}},
-        {"exactly the image", big, 4032, {4032, 3024}},
-        {"unturned", big, 1000, {1000, 750}},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(Photo::load(file(c.path), c.maxPixels).size(), c.expected) << c.what;
-    EXPECT_TRUE(Photo::load(file("/nowhere/gone.jpg"), 100).isNull());
-}
-
 // Every orientation in every format that carries EXIF its own way: Qt turns JPEG itself, PNG
-// (eXIf chunk) and WebP (EXIF chunk) are turned by what Exiv2 reads.
-TEST(PhotoLoad, OrientationTurnsThePixels) {
+// (eXIf chunk) and WebP (EXIF chunk) are turned by what Exiv2 reads. The size asked for bounds
+// the upright picture's long side.
+TEST(PhotoLoad, OrientationTurnsThePixelsWithinTheSizeAskedFor) {
     const QStringList lossless{
         "-f",        "lavfi", "-i", "color=black:size=400x200", "-vf", test::quadrantsFilter,
         "-frames:v", "1"};
@@ -101,6 +69,12 @@ TEST(PhotoLoad, OrientationTurnsThePixels) {
             EXPECT_EQ(corners(image), colours[orientation - 1]) << qPrintable(what);
         }
     }
+    const QUrl turned = file(orientedCopies(test::quadrantsPhoto())[5]);
+    EXPECT_EQ(Photo::load(turned, 64).size(), QSize(32, 64));
+    EXPECT_EQ(Photo::load(turned, 0).size(), QSize(1, 1));
+    EXPECT_EQ(Photo::load(turned, -5).size(), QSize(1, 1));
+    EXPECT_EQ(Photo::load(turned, 10000).size(), QSize(200, 400)); // never enlarged
+    EXPECT_TRUE(Photo::load(file("/nowhere/gone.jpg"), 100).isNull());
 }
 
 // The sensor data shows red and blue swapped against the camera's JPEG preview, so that each
