@@ -1,9 +1,13 @@
+#include "media/MediaProbe.h"
+#include "model/RecordJson.h"
 #include "model/SessionStore.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
 
 #include <QDir>
 #include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
@@ -20,13 +24,39 @@ TEST(Commands, HelpVersionAndUsage) {
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_TRUE(version.out.startsWith(QStringLiteral("vimbo "))) << version.out.toStdString();
 
-    for (const QStringList& bad : {QStringList{"frobnicate"}, QStringList{"thumbnail", "x.jpg"},
+    for (const QStringList& bad : {QStringList{"frobnicate"}, QStringList{"probe"},
+                                   QStringList{"probe", "--all"}, QStringList{"thumbnail", "x.jpg"},
                                    QStringList{"thumbnail", "x.jpg", "-o", "y.png", "--turns", "z"},
                                    QStringList{"project", "extra"}}) {
         const ProgramRun r = vimbo(bad);
         EXPECT_EQ(r.exitCode, 2) << bad.join(' ').toStdString();
         EXPECT_EQ(r.err.count('\n'), 1) << r.err.toStdString(); // one line of usage
         EXPECT_TRUE(r.err.startsWith(QStringLiteral("usage: vimbo"))) << r.err.toStdString();
+    }
+}
+
+TEST(Commands, ProbeWritesOneJsonLinePerFileInArgumentOrder) {
+    const QString movie =
+        generated("command.mp4", {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=10:duration=0.5",
+                                  "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    const QString photo =
+        generated("command.jpg", {"-f", "lavfi", "-i", "testsrc=size=160x120", "-frames:v", "1"});
+    const QString missing = scratchFolder() + "/gone.mkv";
+    // A relative path comes back absolute.
+    const ProgramRun result =
+        vimbo({"probe", photo, movie, missing, QDir::current().relativeFilePath(photo), movie});
+    EXPECT_EQ(result.exitCode, 0);
+    const QStringList output = result.out.split('\n', Qt::SkipEmptyParts);
+    const QStringList paths{photo, movie, missing, photo, movie};
+    const char* kinds[] = {"photo", "video", "missing", "photo", "video"};
+    ASSERT_EQ(output.size(), paths.size()) << result.out.toStdString();
+    for (int i = 0; i < paths.size(); ++i) {
+        const QJsonObject line = QJsonDocument::fromJson(output[i].toUtf8()).object();
+        EXPECT_EQ(line["path"].toString(), paths[i]) << i;
+        EXPECT_TRUE(line["isMedia"].toBool()) << i;
+        EXPECT_EQ(line["info"]["kind"].toString(), kinds[i]) << i;
+        EXPECT_EQ(line["info"].toObject(), toJson(MediaProbe::probe(QUrl::fromLocalFile(paths[i]))))
+            << i;
     }
 }
 
