@@ -86,26 +86,22 @@ TEST(Commands, ProjectListsTheSavedProjectAsARestartFindsIt) {
     const QString movie =
         generated("command-4s.mp4", {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=25:d=4",
                                      "-c:v", "libx264", "-pix_fmt", "yuv420p"});
-    Saved saved;
-    saved.layout = {FrameShape::tall, FillMode::fill};
-    Clip a;
-    a.id = QUuid::createUuid();
-    a.url = QUrl::fromLocalFile(movie);
-    a.edits.trimStart = 1;
-    a.edits.speed = 2;
-    a.edits.muted = true;
-    Clip b;
-    b.id = QUuid::createUuid();
-    b.url = QUrl::fromLocalFile(photo);
-    b.edits.quarterTurns = 3;
-    b.edits.photoDuration = 2.5;
-    b.added = 1;
-    Clip c;
-    c.id = QUuid::createUuid();
-    c.url = QUrl::fromLocalFile(home + "/gone.mov");
-    c.added = 2;
-    saved.clips = {a, b, c};
-    saved.nextAdded = 3;
+    const auto clip = [](const QString& path, std::int64_t added) {
+        Clip c;
+        c.id = QUuid::createUuid();
+        c.url = QUrl::fromLocalFile(path);
+        c.added = added;
+        return c;
+    };
+    Saved saved{{clip(movie, 0), clip(photo, 1), clip(home + "/gone.mov", 2)},
+                {FrameShape::tall, FillMode::fill},
+                3};
+    ClipEdits& a = saved.clips[0].edits;
+    a.trimStart = 1;
+    a.speed = 2;
+    a.muted = true;
+    saved.clips[1].edits.quarterTurns = 3;
+    saved.clips[1].edits.photoDuration = 2.5;
     const SessionStore store(home + "/Vimbo");
     ASSERT_TRUE(store.save(saved));
     QDir().mkpath(store.importsFolder() + "/UNUSED");
