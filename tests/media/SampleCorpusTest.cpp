@@ -2,6 +2,7 @@
 // (MANIFEST.tsv beside them; its README explains the columns).
 
 #include "media/MediaProbe.h"
+#include "media/Photo.h"
 #include "tests/support/Media.h"
 
 #include <QFile>
@@ -127,16 +128,25 @@ TEST_P(SampleCorpus, ProbeAgreesWithTheManifest) {
     const QUrl url = QUrl::fromLocalFile(path);
     EXPECT_TRUE(MediaProbe::isMedia(url));
     const MediaInfo info = MediaProbe::probe(url);
+    const bool photo = row["kind"] == QLatin1String("photo");
     if (unusable(row)) {
         EXPECT_EQ(info, MediaInfo(MediaKind::unsupported));
+        if (photo) {
+            EXPECT_TRUE(Photo::load(url, 64).isNull());
+        }
         return;
     }
-    const bool photo = row["kind"] == QLatin1String("photo");
     EXPECT_EQ(info.kind, photo ? MediaKind::photo : MediaKind::video);
     EXPECT_EQ(info.size, (Size{row.number("display_width"), row.number("display_height")}));
     EXPECT_EQ(info.dateTaken, expectedDate(row, path));
-    if (photo)
+    if (photo) {
+        // The decoded picture stands upright like the probe's size, bounded on its long side.
+        const QSize loaded = Photo::load(url, 256).size();
+        const double scale = std::min(1.0, 256 / std::max(info.size.width, info.size.height));
+        EXPECT_NEAR(loaded.width(), info.size.width * scale, 1);
+        EXPECT_NEAR(loaded.height(), info.size.height * scale, 1);
         return;
+    }
     EXPECT_EQ(info.naturalSize, (Size{row.number("width"), row.number("height")}));
     EXPECT_EQ(info.transform, transform(row));
     EXPECT_NEAR(info.duration, expectedDuration(row), 0.0015);
