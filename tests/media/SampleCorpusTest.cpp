@@ -3,6 +3,7 @@
 
 #include "media/MediaProbe.h"
 #include "media/Photo.h"
+#include "media/Thumbnail.h"
 #include "tests/support/Media.h"
 
 #include <QFile>
@@ -139,14 +140,16 @@ TEST_P(SampleCorpus, ProbeAgreesWithTheManifest) {
     EXPECT_EQ(info.kind, photo ? MediaKind::photo : MediaKind::video);
     EXPECT_EQ(info.size, (Size{row.number("display_width"), row.number("display_height")}));
     EXPECT_EQ(info.dateTaken, expectedDate(row, path));
-    if (photo) {
-        // The decoded picture stands upright like the probe's size, bounded on its long side.
-        const QSize loaded = Photo::load(url, 256).size();
-        const double scale = std::min(1.0, 256 / std::max(info.size.width, info.size.height));
-        EXPECT_NEAR(loaded.width(), info.size.width * scale, 1);
-        EXPECT_NEAR(loaded.height(), info.size.height * scale, 1);
+    // The decoded picture (a video's tile picture) stands upright like the probe's size, bounded
+    // on its long side.
+    const auto picture =
+        photo ? std::optional(Photo::load(url, 256)) : Thumbnail::make(url, MediaKind::video, 256);
+    ASSERT_TRUE(picture);
+    const double scale = std::min(1.0, 256 / std::max(info.size.width, info.size.height));
+    EXPECT_NEAR(picture->width(), info.size.width * scale, 1);
+    EXPECT_NEAR(picture->height(), info.size.height * scale, 1);
+    if (photo)
         return;
-    }
     EXPECT_EQ(info.naturalSize, (Size{row.number("width"), row.number("height")}));
     EXPECT_EQ(info.transform, transform(row));
     EXPECT_NEAR(info.duration, expectedDuration(row), 0.0015);

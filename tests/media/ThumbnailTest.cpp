@@ -109,25 +109,6 @@ TEST(Thumbnail, FramesComeFromNearTheStartAndNothingComesFromUnusableFiles) {
     EXPECT_FALSE(Thumbnail::make(photo, MediaKind::unsupported, 320));
 }
 
-TEST(Thumbnail, RealSamplesComeOutUprightAtTheirSize) {
-    VIMBO_REQUIRE_SAMPLES();
-    const std::pair<const char*, QSize> sized[] = {
-        {"arrow.heic", {240, 320}},
-        {"Landscape_8.jpg", {320, 213}},
-        {"rotate-buck-bunny.mp4", {180, 320}},
-        {"portrait_4k60.mp4", {180, 320}},
-        {"dolbyVision-hdr.MOV", {180, 320}},
-        {"pixel7_videoOnly_cleaned.mp4", {320, 180}},
-        {"internal_emulator_transformer_output_270_rotated.mp4", {180, 320}},
-    };
-    for (const auto& [name, size] : sized) {
-        const QUrl url = QUrl::fromLocalFile(sample(name));
-        const auto image = Thumbnail::make(url, MediaProbe::probe(url).kind, 320);
-        ASSERT_TRUE(image) << name;
-        EXPECT_EQ(image->size(), size) << name;
-    }
-}
-
 // A clip's tile picture turns with its quarter turns, each count made once and then served.
 TEST(Thumbnail, TheProjectTurnsTilePicturesOncePerTurnCount) {
     const QString jpg =
