@@ -1,7 +1,6 @@
 #include "media/MediaProbe.h"
 #include "tests/support/Media.h"
 
-#include <QFile>
 
 #include <array>
 #include <gtest/gtest.h>
