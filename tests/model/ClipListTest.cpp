@@ -9,10 +9,10 @@ using Names = std::vector<QString>;
 
 TEST_F(ProjectTest, AddExpandsFoldersNaturallyAndSelectsTheNewClips) {
     for (const char* name : {"b10.jpg", "b2.jpg", "a.mov", ".c.jpg", "notes.txt", "clip.mkv",
-                             "sub/z.jpg", ".hidden/y.jpg"})
+                             "sub/z.jpg", ".hidden/y.jpg", "raw.SRW", "song.m4a"})
         file(QString::fromLatin1(name));
     project->add({QUrl::fromLocalFile(files)});
-    EXPECT_EQ(names(), (Names{"a.mov", "b2.jpg", "b10.jpg", "clip.mkv", "z.jpg"}));
+    EXPECT_EQ(names(), (Names{"a.mov", "b2.jpg", "b10.jpg", "clip.mkv", "raw.SRW", "z.jpg"}));
 
     std::int64_t added = 0;
     QSet<QUuid> ids;
@@ -24,18 +24,18 @@ TEST_F(ProjectTest, AddExpandsFoldersNaturallyAndSelectsTheNewClips) {
         ids.insert(c.id);
     }
     EXPECT_EQ(project->selection(), ids);
-    EXPECT_EQ(project->nextAdded(), 5);
+    EXPECT_EQ(project->nextAdded(), 6);
     EXPECT_EQ(stack().count(), 1);
     EXPECT_EQ(stack().undoText(), QStringLiteral("Add Clips"));
 
     // The refused container arrives and is then probed as unsupported.
-    ASSERT_TRUE(probed(5));
+    ASSERT_TRUE(probed(6));
     EXPECT_EQ(project->info()[idOf("clip.mkv")].kind, MediaKind::unsupported);
 
     // Shift-click extends from the anchor, which add left on the last new clip.
     project->click(idOf("b2.jpg"), Qt::ShiftModifier);
-    EXPECT_EQ(project->selection(),
-              (QSet<QUuid>{idOf("b2.jpg"), idOf("b10.jpg"), idOf("clip.mkv"), idOf("z.jpg")}));
+    EXPECT_EQ(project->selection(), (QSet<QUuid>{idOf("b2.jpg"), idOf("b10.jpg"), idOf("clip.mkv"),
+                                                 idOf("raw.SRW"), idOf("z.jpg")}));
 }
 
 TEST_F(ProjectTest, NumberingOnlyGrowsNothingIsDeduplicatedAndNothingUsableAddsNothing) {
