@@ -81,24 +81,25 @@ TEST(PhotoLoad, OrientationTurnsThePixelsWithinTheSizeAskedFor) {
 // picture tells where it came from.
 TEST(PhotoLoad, CameraRawFromItsPreviewOrAHalfSizeDecode) {
     const QString folder = test::scratchFolder();
-    QFile jpeg(test::quadrantsPhoto());
-    ASSERT_TRUE(jpeg.open(QIODevice::ReadOnly));
-    QFile small(test::generated("quadrants-100x50.jpg",
-                                {"-f", "lavfi", "-i", "color=black:size=100x50", "-vf",
-                                 test::quadrantsFilter, "-frames:v", "1", "-q:v", "2"}));
-    ASSERT_TRUE(small.open(QIODevice::ReadOnly));
     test::DngPhoto sensor;
     sensor.quadrants = "BGRW";
     sensor.orientation = 6;
-    test::DngPhoto withPreview = sensor;
-    withPreview.preview = jpeg.readAll();
-    withPreview.previewWidth = 400;
-    withPreview.previewHeight = 200;
-    test::DngPhoto smallPreview = sensor;
-    smallPreview.orientation = 8;
-    smallPreview.preview = small.readAll();
-    smallPreview.previewWidth = 100;
-    smallPreview.previewHeight = 50;
+    // The same photo with a JPEG of the quadrants as the camera's preview.
+    const auto withPreview = [&](int orientation, const QString& jpeg, int width, int height) {
+        test::DngPhoto photo = sensor;
+        QFile file(jpeg);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        photo.orientation = orientation;
+        photo.preview = file.readAll();
+        photo.previewWidth = width;
+        photo.previewHeight = height;
+        return photo;
+    };
+    const QString small = test::generated("quadrants-100x50.jpg",
+                                          {"-f", "lavfi", "-i", "color=black:size=100x50", "-vf",
+                                           test::quadrantsFilter, "-frames:v", "1", "-q:v", "2"});
+    const test::DngPhoto full = withPreview(6, test::quadrantsPhoto(), 400, 200),
+                         smallPreview = withPreview(8, small, 100, 50);
     struct Case {
         const char* what;
         test::DngPhoto photo;
@@ -107,7 +108,7 @@ TEST(PhotoLoad, CameraRawFromItsPreviewOrAHalfSizeDecode) {
         const char* colours;
     };
     const Case cases[] = {
-        {"the full-size preview", withPreview, 200, {100, 200}, "BRWG"},
+        {"the full-size preview", full, 200, {100, 200}, "BRWG"},
         {"no preview: half size", sensor, 200, {100, 200}, "RBWG"},
         {"no preview, small", sensor, 40, {20, 40}, "RBWG"},
         {"a preview too small", smallPreview, 300, {100, 200}, "GWBR"},
