@@ -109,6 +109,7 @@ TEST(PhotoLoad, CameraRawFromItsPreviewOrAHalfSizeDecode) {
     };
     const Case cases[] = {
         {"the full-size preview", full, 200, {100, 200}, "BRWG"},
+        {"a preview larger than a half-size decode", full, 500, {200, 400}, "BRWG"},
         {"no preview: half size", sensor, 200, {100, 200}, "RBWG"},
         {"no preview, small", sensor, 40, {20, 40}, "RBWG"},
         {"a preview too small", smallPreview, 300, {100, 200}, "GWBR"},
