@@ -18,6 +18,7 @@
 #include <QUrl>
 #include <QUuid>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -118,6 +119,8 @@ public:
     // writes it; saveNow() also waits for the file to be on disk (at quit). Destroying the
     // project waits for the last write.
     void scheduleSave();
+    // How long the autosave waits after the last change; tests shorten it.
+    void setAutosaveDelay(std::chrono::milliseconds delay) { saveTimer_.setInterval(delay); }
     void save();
     void saveNow();
     void read(const std::vector<Clip>& clips);

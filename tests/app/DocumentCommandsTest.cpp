@@ -1,9 +1,13 @@
+#include "media/MediaProbe.h"
+#include "model/RecordJson.h"
 #include "model/SessionStore.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
 
 #include <QDir>
 #include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
@@ -20,13 +24,39 @@ TEST(Commands, HelpVersionAndUsage) {
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_TRUE(version.out.startsWith(QStringLiteral("vimbo "))) << version.out.toStdString();
 
-    for (const QStringList& bad : {QStringList{"frobnicate"}, QStringList{"thumbnail", "x.jpg"},
+    for (const QStringList& bad : {QStringList{"frobnicate"}, QStringList{"probe"},
+                                   QStringList{"probe", "--all"}, QStringList{"thumbnail", "x.jpg"},
                                    QStringList{"thumbnail", "x.jpg", "-o", "y.png", "--turns", "z"},
                                    QStringList{"project", "extra"}}) {
         const ProgramRun r = vimbo(bad);
         EXPECT_EQ(r.exitCode, 2) << bad.join(' ').toStdString();
         EXPECT_EQ(r.err.count('\n'), 1) << r.err.toStdString(); // one line of usage
         EXPECT_TRUE(r.err.startsWith(QStringLiteral("usage: vimbo"))) << r.err.toStdString();
+    }
+}
+
+TEST(Commands, ProbeWritesOneJsonLinePerFileInArgumentOrder) {
+    const QString movie =
+        generated("command.mp4", {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=10:duration=0.5",
+                                  "-c:v", "libx264", "-pix_fmt", "yuv420p"});
+    const QString photo =
+        generated("command.jpg", {"-f", "lavfi", "-i", "testsrc=size=160x120", "-frames:v", "1"});
+    const QString missing = scratchFolder() + "/gone.mkv";
+    // A relative path comes back absolute.
+    const ProgramRun result =
+        vimbo({"probe", photo, movie, missing, QDir::current().relativeFilePath(photo), movie});
+    EXPECT_EQ(result.exitCode, 0);
+    const QStringList output = result.out.split('\n', Qt::SkipEmptyParts);
+    const QStringList paths{photo, movie, missing, photo, movie};
+    const char* kinds[] = {"photo", "video", "missing", "photo", "video"};
+    ASSERT_EQ(output.size(), paths.size()) << result.out.toStdString();
+    for (int i = 0; i < paths.size(); ++i) {
+        const QJsonObject line = QJsonDocument::fromJson(output[i].toUtf8()).object();
+        EXPECT_EQ(line["path"].toString(), paths[i]) << i;
+        EXPECT_TRUE(line["isMedia"].toBool()) << i;
+        EXPECT_EQ(line["info"]["kind"].toString(), kinds[i]) << i;
+        EXPECT_EQ(line["info"].toObject(), toJson(MediaProbe::probe(QUrl::fromLocalFile(paths[i]))))
+            << i;
     }
 }
 
@@ -56,26 +86,22 @@ TEST(Commands, ProjectListsTheSavedProjectAsARestartFindsIt) {
     const QString movie =
         generated("command-4s.mp4", {"-f", "lavfi", "-i", "testsrc=size=160x120:rate=25:d=4",
                                      "-c:v", "libx264", "-pix_fmt", "yuv420p"});
-    Saved saved;
-    saved.layout = {FrameShape::tall, FillMode::fill};
-    Clip a;
-    a.id = QUuid::createUuid();
-    a.url = QUrl::fromLocalFile(movie);
-    a.edits.trimStart = 1;
-    a.edits.speed = 2;
-    a.edits.muted = true;
-    Clip b;
-    b.id = QUuid::createUuid();
-    b.url = QUrl::fromLocalFile(photo);
-    b.edits.quarterTurns = 3;
-    b.edits.photoDuration = 2.5;
-    b.added = 1;
-    Clip c;
-    c.id = QUuid::createUuid();
-    c.url = QUrl::fromLocalFile(home + "/gone.mov");
-    c.added = 2;
-    saved.clips = {a, b, c};
-    saved.nextAdded = 3;
+    const auto clip = [](const QString& path, std::int64_t added) {
+        Clip c;
+        c.id = QUuid::createUuid();
+        c.url = QUrl::fromLocalFile(path);
+        c.added = added;
+        return c;
+    };
+    Saved saved{{clip(movie, 0), clip(photo, 1), clip(home + "/gone.mov", 2)},
+                {FrameShape::tall, FillMode::fill},
+                3};
+    ClipEdits& a = saved.clips[0].edits;
+    a.trimStart = 1;
+    a.speed = 2;
+    a.muted = true;
+    saved.clips[1].edits.quarterTurns = 3;
+    saved.clips[1].edits.photoDuration = 2.5;
     const SessionStore store(home + "/Vimbo");
     ASSERT_TRUE(store.save(saved));
     QDir().mkpath(store.importsFolder() + "/UNUSED");

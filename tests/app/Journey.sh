@@ -48,22 +48,17 @@ key() {
   xdotool key --clearmodifiers "$@"
   sleep 0.3
 }
-# Polls `vimbo project` (the saved project as the next start finds it) until it matches.
+# Polls `vimbo project` (the saved project as the next start finds it) until it matches the
+# pattern, or, after "!", until it no longer does.
 saved_matches() {
-  local pattern=$1 i
+  local want=0 found i
+  [[ $1 == '!' ]] && { want=1; shift; }
   for ((i = 0; i < 100; i++)); do
-    "$vimbo" project 2>/dev/null | grep -Eq "$pattern" && return 0
+    if "$vimbo" project 2>/dev/null | grep -Eq "$1"; then found=0; else found=1; fi
+    ((found == want)) && return 0
     sleep 0.2
   done
-  fail "the saved project never matched /$pattern/"
-}
-saved_lacks() {
-  local pattern=$1 i
-  for ((i = 0; i < 100; i++)); do
-    "$vimbo" project 2>/dev/null | grep -Eq "$pattern" || return 0
-    sleep 0.2
-  done
-  fail "the saved project still matches /$pattern/"
+  fail "the saved project never came to match $([[ $want == 1 ]] && echo not) /$1/"
 }
 quit_and_wait() {
   key ctrl+q
@@ -100,7 +95,7 @@ xdotool windowfocus --sync "$window"
 key ctrl+r
 saved_matches 'Portrait_3\.jpg.*turned 90°'
 key ctrl+z
-saved_lacks 'turned'
+saved_matches ! 'turned'
 key ctrl+shift+z
 saved_matches 'Portrait_3\.jpg.*turned 90°'
 

@@ -29,50 +29,32 @@ TEST(Options, MergeTakesEveryValueByTheNamesTheProjectStores) {
     EXPECT_FALSE(plain.options.out.quality || plain.options.out.format ||
                  plain.options.photoDuration || plain.options.sort);
     EXPECT_EQ(plain.options.inputs, QStringList{"-odd.mp4"});
-
-    // The saved project's names, every one of them.
-    for (const FrameShape shape : allFrameShapes)
-        EXPECT_EQ(
-            parseMerge({"--shape", frameShapeText(shape), "a", "-o", "x"}).options.layout.shape,
-            shape);
-    for (const FillMode fill : allFillModes)
-        EXPECT_EQ(parseMerge({"--fill", fillModeText(fill), "a", "-o", "x"}).options.layout.fill,
-                  fill);
     EXPECT_TRUE(parseMerge({"--help"}).help);
+    EXPECT_EQ(parseExport({"--format", "mov", "-o", "y"}).options.format, ExportFormat::mov);
 }
 
-TEST(Options, MistakesSayWhatWouldDoInOneLine) {
-    struct Case {
-        QStringList args;
-        QString error;
+// Each mistake is refused with one line that names what was wrong.
+TEST(Options, MistakesAreRefusedInOneLine) {
+    const std::pair<QStringList, const char*> cases[] = {
+        {{"--shape", "round", "a", "-o", "x"}, "round"},
+        {{"--fill", "stretch", "a", "-o", "x"}, "stretch"},
+        {{"--quality", "best", "a", "-o", "x"}, "best"},
+        {{"--format", "avi", "a", "-o", "x"}, "avi"},
+        {{"--sort", "size", "a", "-o", "x"}, "size"},
+        {{"--photo-duration", "0", "a", "-o", "x"}, "--photo-duration"},
+        {{"--photo-duration", "nan", "a", "-o", "x"}, "nan"},
+        {{"a"}, "-o OUT"},
+        {{"-o", "x"}, "no files"},
+        {{"--colour", "red", "a", "-o", "x"}, "colour"},
+        {{"a", "-o"}, "-o"},
     };
-    const Case cases[] = {
-        {{"--shape", "round", "a", "-o", "x"},
-         "--shape takes auto, wide, tall, square or portrait, not \u201Cround\u201D"},
-        {{"--fill", "stretch", "a", "-o", "x"},
-         "--fill takes fit or fill, not \u201Cstretch\u201D"},
-        {{"--quality", "best", "a", "-o", "x"},
-         "--quality takes original, high or smaller, not \u201Cbest\u201D"},
-        {{"--format", "avi", "a", "-o", "x"}, "--format takes mp4 or mov, not \u201Cavi\u201D"},
-        {{"--sort", "size", "a", "-o", "x"},
-         "--sort takes added, date or name, not \u201Csize\u201D"},
-        {{"--photo-duration", "0", "a", "-o", "x"},
-         "--photo-duration takes seconds from 0.1 to 86400, not \u201C0\u201D"},
-        {{"--photo-duration", "nan", "a", "-o", "x"},
-         "--photo-duration takes seconds from 0.1 to 86400, not \u201Cnan\u201D"},
-        {{"a"}, "the movie to write is missing (-o OUT)"},
-        {{"-o", "x"}, "no files to merge"},
-        {{"--colour", "red", "a", "-o", "x"}, "Unknown option 'colour'."},
-        {{"a", "-o"}, "Missing value after '-o'."},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(parseMerge(c.args).error, c.error) << c.args.join(' ').toStdString();
-
-    EXPECT_EQ(parseExport({"--format", "mov", "-o", "y"}).options.format, ExportFormat::mov);
-    EXPECT_EQ(parseExport({"clip.mp4", "-o", "y"}).error,
-              QStringLiteral("export takes no files; it exports the saved project"));
-    EXPECT_EQ(parseExport({"--quality", "high"}).error,
-              QStringLiteral("the movie to write is missing (-o OUT)"));
+    for (const auto& [args, mentioned] : cases) {
+        const QString error = parseMerge(args).error;
+        EXPECT_TRUE(error.contains(QLatin1String(mentioned)) && !error.contains(u'\n'))
+            << args.join(' ').toStdString() << ": " << error.toStdString();
+    }
+    EXPECT_TRUE(parseExport({"clip.mp4", "-o", "y"}).error.contains("takes no files"));
+    EXPECT_TRUE(parseExport({"--quality", "high"}).error.contains("-o OUT"));
 }
 
 } // namespace

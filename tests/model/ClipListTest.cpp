@@ -9,10 +9,10 @@ using Names = std::vector<QString>;
 
 TEST_F(ProjectTest, AddExpandsFoldersNaturallyAndSelectsTheNewClips) {
     for (const char* name : {"b10.jpg", "b2.jpg", "a.mov", ".c.jpg", "notes.txt", "clip.mkv",
-                             "sub/z.jpg", ".hidden/y.jpg"})
+                             "sub/z.jpg", ".hidden/y.jpg", "raw.SRW", "song.m4a"})
         file(QString::fromLatin1(name));
     project->add({QUrl::fromLocalFile(files)});
-    EXPECT_EQ(names(), (Names{"a.mov", "b2.jpg", "b10.jpg", "clip.mkv", "z.jpg"}));
+    EXPECT_EQ(names(), (Names{"a.mov", "b2.jpg", "b10.jpg", "clip.mkv", "raw.SRW", "z.jpg"}));
 
     std::int64_t added = 0;
     QSet<QUuid> ids;
@@ -24,21 +24,21 @@ TEST_F(ProjectTest, AddExpandsFoldersNaturallyAndSelectsTheNewClips) {
         ids.insert(c.id);
     }
     EXPECT_EQ(project->selection(), ids);
-    EXPECT_EQ(project->nextAdded(), 5);
+    EXPECT_EQ(project->nextAdded(), 6);
     EXPECT_EQ(stack().count(), 1);
     EXPECT_EQ(stack().undoText(), QStringLiteral("Add Clips"));
 
     // The refused container arrives and is then probed as unsupported.
-    ASSERT_TRUE(probed(5));
+    ASSERT_TRUE(probed(6));
     EXPECT_EQ(project->info()[idOf("clip.mkv")].kind, MediaKind::unsupported);
 
     // Shift-click extends from the anchor, which add left on the last new clip.
     project->click(idOf("b2.jpg"), Qt::ShiftModifier);
-    EXPECT_EQ(project->selection(),
-              (QSet<QUuid>{idOf("b2.jpg"), idOf("b10.jpg"), idOf("clip.mkv"), idOf("z.jpg")}));
+    EXPECT_EQ(project->selection(), (QSet<QUuid>{idOf("b2.jpg"), idOf("b10.jpg"), idOf("clip.mkv"),
+                                                 idOf("raw.SRW"), idOf("z.jpg")}));
 }
 
-TEST_F(ProjectTest, AddingNothingUsableChangesNothing) {
+TEST_F(ProjectTest, NumberingOnlyGrowsNothingIsDeduplicatedAndNothingUsableAddsNothing) {
     QDir().mkpath(root + "/empty");
     file("text/readme.txt");
     project->add({QUrl::fromLocalFile(root + "/empty"), QUrl::fromLocalFile(files + "/text"),
@@ -46,9 +46,7 @@ TEST_F(ProjectTest, AddingNothingUsableChangesNothing) {
     EXPECT_TRUE(project->clips().empty());
     EXPECT_EQ(stack().count(), 0);
     EXPECT_EQ(project->nextAdded(), 0);
-}
 
-TEST_F(ProjectTest, NumberingOnlyGrowsAndNothingIsDeduplicated) {
     const QUrl a = file("a.jpg");
     project->add({a});
     project->add({a});
@@ -110,35 +108,6 @@ TEST_F(ProjectTest, ClickWithModifiers) {
     EXPECT_EQ(project->selectedClips()[0].id, A);
 }
 
-TEST_F(ProjectTest, EditAndRotateTouchOnlyProbedClips) {
-    const QString jpg =
-        generated("still.jpg", {"-f", "lavfi", "-i", "color=red:s=64x48", "-frames:v", "1"});
-    project->add({QUrl::fromLocalFile(jpg)});
-    ASSERT_TRUE(probed(1));
-    project->addImported({file("unprobed.jpg")}); // never probed before the edits below run
-    project->selectAll();
-
-    project->rotateSelection(-1);
-    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 3);
-    EXPECT_EQ(project->clips()[1].edits.quarterTurns, 0);
-    nextTurn();
-    project->rotateSelection(+1);
-    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 0);
-    nextTurn();
-    EXPECT_EQ(stack().undoText(), QStringLiteral("Rotate"));
-
-    const MediaInfo* seen = nullptr;
-    project->edit(UndoName::changeDuration, QSet<QUuid>{project->clips()[0].id},
-                  [&](ClipEdits& e, const MediaInfo& info) {
-                      e.photoDuration = 0;
-                      seen = &info;
-                  });
-    ASSERT_TRUE(seen);
-    EXPECT_EQ(seen->kind, MediaKind::photo);
-    EXPECT_DOUBLE_EQ(project->duration(), 0.1);
-    EXPECT_EQ(project->usable().size(), 1u);
-}
-
 TEST_F(ProjectTest, SortOrdersAreStableAndMakeStepsOnlyWhenTheyMoveSomething) {
     auto dated = [&](const QString& name, const char* date) {
         const QUrl url = photo(name);
@@ -168,7 +137,7 @@ TEST_F(ProjectTest, SortOrdersAreStableAndMakeStepsOnlyWhenTheyMoveSomething) {
     EXPECT_EQ(stack().undoText(), QStringLiteral("Sort"));
 }
 
-TEST_F(ProjectTest, DurationAndUsableSkipUnprobedMissingAndUnsupported) {
+TEST_F(ProjectTest, EditsDurationAndUsableSkipUnprobedMissingAndUnsupported) {
     const QString jpg =
         generated("still.jpg", {"-f", "lavfi", "-i", "color=red:s=64x48", "-frames:v", "1"});
     const QString mp4 =
@@ -183,6 +152,27 @@ TEST_F(ProjectTest, DurationAndUsableSkipUnprobedMissingAndUnsupported) {
     EXPECT_EQ(usable[0].first, idOf("still.jpg"));
     EXPECT_EQ(usable[1].second.info.kind, MediaKind::video);
     EXPECT_NEAR(project->duration(), 3 + 2, 0.05);
+
+    project->addImported({file("unprobed.jpg")}); // never probed before the edits below run
+    project->selectAll();
+    project->rotateSelection(-1);
+    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 3);
+    EXPECT_EQ(project->clips()[3].edits.quarterTurns, 0);
+    nextTurn();
+    project->rotateSelection(+1);
+    EXPECT_EQ(project->clips()[0].edits.quarterTurns, 0);
+    nextTurn();
+    EXPECT_EQ(stack().undoText(), QStringLiteral("Rotate"));
+
+    const MediaInfo* seen = nullptr;
+    project->edit(UndoName::changeDuration, QSet<QUuid>{project->clips()[0].id},
+                  [&](ClipEdits& e, const MediaInfo& info) {
+                      e.photoDuration = 0;
+                      seen = &info;
+                  });
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(seen->kind, MediaKind::photo);
+    EXPECT_NEAR(project->duration(), 0.1 + 2, 0.05);
 }
 
 } // namespace

@@ -4,9 +4,10 @@
 #include "tests/model/ProjectFixture.h"
 
 #include <QAction>
+#include <QElapsedTimer>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSignalSpy>
-#include <QThread>
 
 #include <chrono>
 
@@ -94,6 +95,10 @@ TEST_F(ProjectTest, OneStepPerEventLoopTurnAndPerGesture) {
         project->beginGesture(); // a nested begin keeps the earliest state
     }
     project->endGesture(UndoName::trim);
+    // A gesture ended twice (a release after a cancel) neither renames its step nor adds one.
+    project->endGesture(UndoName::moveClip);
+    nextTurn();
+    project->endGesture(UndoName::moveClip);
     nextTurn();
     EXPECT_EQ(stack().undoText(), QStringLiteral("Trim"));
     EXPECT_EQ(stack().count(), steps + 2);
@@ -142,17 +147,20 @@ TEST_F(ProjectTest, WithoutAStackChangesStandAndAReplacedStackStartsFresh) {
     EXPECT_EQ(stack().count(), 1);
 }
 
-TEST_F(ProjectTest, AutosaveIsDebouncedAndRestoreBringsTheProjectBack) {
+TEST_F(ProjectTest, AutosaveWaitsForAPauseAndRestoreBringsTheProjectBack) {
     const QString session = store.sessionFile();
+    project->setAutosaveDelay(std::chrono::milliseconds(200));
     project->add({file("a.jpg")});
-    for (int i = 0; i < 10; ++i) {
+    // Changes closer together than the delay keep postponing the save.
+    QElapsedTimer burst;
+    burst.start();
+    for (int i = 0; burst.elapsed() < 500; ++i) {
         project->setLayout({i % 2 ? FrameShape::wide : FrameShape::tall, FillMode::fit},
                            UndoName::changeShape);
-        QThread::msleep(100);
-        nextTurn();
-        EXPECT_FALSE(QFileInfo::exists(session)) << "saved during the burst, change " << i;
+        waitUntil([] { return false; }, 10);
+        ASSERT_FALSE(QFileInfo::exists(session)) << "saved during the burst, change " << i;
     }
-    ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(session); }, 2000));
+    ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(session); }, 5000));
 
     // A change just before quitting is kept by the final save.
     project->addImported({PickedFile::keeping(file("picked.heic"), store)->url});
@@ -161,14 +169,15 @@ TEST_F(ProjectTest, AutosaveIsDebouncedAndRestoreBringsTheProjectBack) {
     const QDateTime written = QFileInfo(session).lastModified();
 
     open();
+    project->setAutosaveDelay(std::chrono::milliseconds(0)); // a pending save would run now
     EXPECT_EQ(project->clips(), expected.clips);
     EXPECT_EQ(project->layout(), expected.layout);
     EXPECT_EQ(project->nextAdded(), 2);
     EXPECT_FALSE(project->canUndo());
-    QThread::msleep(700);
-    nextTurn();
-    EXPECT_EQ(QFileInfo(session).lastModified(), written); // restoring writes nothing
     ASSERT_TRUE(probed(2));
+    nextTurn();
+    project.reset();                                       // waits for any write
+    EXPECT_EQ(QFileInfo(session).lastModified(), written); // restoring writes nothing
 
     QFile file(session);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -230,7 +239,7 @@ TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) 
     saved.close();
 
     std::vector<QByteArray> damaged;
-    for (int cut = 0; cut < good.size(); cut += 7)
+    for (int cut = 0; cut < good.size(); cut += 11)
         damaged.push_back(good.left(cut));
     for (const char* bad :
          {"null", "[]", "{}", "not json", "{\"clips\":[],\"layout\":{\"shape\":\"auto\"}}",
@@ -240,8 +249,24 @@ TEST_F(ProjectTest, ADamagedSessionGivesAnEmptyProjectAndEmptiesTheImportStore) 
           "{\"clips\":[],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":\"0\"}",
           "{\"clips\":[1],\"layout\":{\"shape\":\"auto\",\"fill\":\"fit\"},\"nextAdded\":0}"})
         damaged.emplace_back(bad);
-    QByteArray wrongType = good;
-    damaged.push_back(wrongType.replace("\"muted\":false", "\"muted\":0"));
+    // A clip with a field missing, of the wrong type or in the wrong form spoils the whole file.
+    const std::pair<const char*, const char*> spoiled[] = {
+        {R"x("muted":false)x", R"x("muted":0)x"},
+        {R"x("imported":false,)x", ""},
+        {R"x("photoDuration":[^,]+,)x", ""},
+        {R"x("speed":([0-9.]+))x", R"x("speed":"\1")x"},
+        {R"x("quarterTurns":0)x", R"x("quarterTurns":0.5)x"},
+        {R"x("added":0)x", R"x("added":0.5)x"},
+        {R"x("id":"([^"]+)")x", R"x("id":"{\1}")x"},
+        {R"x("bookmark":"[^"]*")x", R"x("bookmark":"***")x"},
+        {R"x("url":"[^"]*")x", R"x("url":5)x"},
+    };
+    for (const auto& [pattern, replacement] : spoiled) {
+        const QString text = QString::fromUtf8(good);
+        const QString bad = QString(text).replace(QRegularExpression(pattern), replacement);
+        ASSERT_NE(bad, text) << pattern;
+        damaged.push_back(bad.toUtf8());
+    }
 
     for (const QByteArray& bytes : damaged) {
         touch(store.sessionFile(), bytes);
@@ -280,11 +305,12 @@ TEST_F(ProjectTest, ImportingCopiesEachPickInOrderAndSkipsFailures) {
     }
     EXPECT_EQ(folders.size(), 3);
 
+    // Imports run one after another: once the next one lands, the failed one has made no step.
     project->importFromPhotos({QUrl::fromLocalFile(root + "/nothing.jpg")});
-    QThread::msleep(200);
+    project->importFromPhotos({file("later.jpg")});
+    ASSERT_TRUE(waitUntil([&] { return project->clips().size() == 4; }));
     nextTurn();
-    EXPECT_EQ(project->clips().size(), 3u);
-    EXPECT_EQ(stack().count(), 1);
+    EXPECT_EQ(stack().count(), 2);
 }
 
 } // namespace

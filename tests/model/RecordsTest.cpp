@@ -1,7 +1,6 @@
 #include "model/RecordJson.h"
 #include "model/Segment.h"
 #include "model/SessionStore.h"
-#include "model/VimboError.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -11,86 +10,47 @@
 namespace vimbo {
 namespace {
 
-Segment video(double duration, ClipEdits edits = {}) {
+Segment video(double duration, double trimStart = 0, double trimEnd = 0, double speed = 1) {
     MediaInfo info(MediaKind::video);
     info.duration = duration;
     info.size = {1920, 1080};
-    return {QUrl::fromLocalFile(QStringLiteral("/v.mov")), info, edits};
-}
-
-ClipEdits trims(double start, double end, double speed = 1) {
     ClipEdits e;
-    e.trimStart = start;
-    e.trimEnd = end;
+    e.trimStart = trimStart;
+    e.trimEnd = trimEnd;
     e.speed = speed;
-    return e;
+    return {QUrl::fromLocalFile(QStringLiteral("/v.mov")), info, e};
 }
 
-TEST(Segment, TrimmedRangeKeepsAtLeastATenthInsideTheMedia) {
-    struct Case {
-        double duration, trimStart, trimEnd, lower, upper;
-    };
-    const Case cases[] = {
+TEST(Segment, TrimKeepsATenthInsideTheMediaAndDurationFollowsKindSpeedAndTurns) {
+    const double cases[][5] = {
+        // duration, trim start, trim end → lower, upper
         {10, 0, 0, 0, 10},  {10, 4, 5, 4, 5},      {10, 9.95, 0, 9.9, 10},
         {10, 6, 6, 6, 6.1}, {0, 0, 0, 0, 0},       {10, 2, -3, 2, 10},
         {10, -2, 1, 0, 9},  {10, 50, 50, 9.9, 10}, {0.05, 0, 0, 0, 0.05},
     };
-    for (const Case& c : cases) {
-        const auto r = video(c.duration, trims(c.trimStart, c.trimEnd)).trimmedRange();
-        EXPECT_NEAR(r.lower, c.lower, 1e-12) << c.duration << " " << c.trimStart;
-        EXPECT_NEAR(r.upper, c.upper, 1e-12) << c.duration << " " << c.trimStart;
+    for (const auto& c : cases) {
+        const auto r = video(c[0], c[1], c[2]).trimmedRange();
+        EXPECT_NEAR(r.lower, c[3], 1e-12) << c[0] << " " << c[1] << " " << c[2];
+        EXPECT_NEAR(r.upper, c[4], 1e-12) << c[0] << " " << c[1] << " " << c[2];
     }
-}
-
-TEST(Segment, DurationByKind) {
-    EXPECT_DOUBLE_EQ(video(10, trims(4, 5, 2)).duration(), 0.5);
-    EXPECT_DOUBLE_EQ(video(10, trims(0, 0, 0.25)).duration(), 40);
-    EXPECT_DOUBLE_EQ(video(0).duration(), 0);
+    EXPECT_DOUBLE_EQ(video(10, 4, 5, 2).duration(), 0.5);
+    EXPECT_DOUBLE_EQ(video(10, 0, 0, 0.25).duration(), 40);
 
     Segment photo{QUrl(), MediaInfo(MediaKind::photo), {}};
     EXPECT_DOUBLE_EQ(photo.duration(), 3);
     photo.edits.photoDuration = 0.05;
     EXPECT_DOUBLE_EQ(photo.duration(), 0.1);
-
-    Segment missing{QUrl(), MediaInfo(MediaKind::missing), trims(0, 0)};
-    missing.info.duration = 10;
+    Segment missing = video(10);
+    missing.info.kind = MediaKind::missing;
     EXPECT_EQ(missing.duration(), 0);
     missing.info.kind = MediaKind::unsupported;
     EXPECT_EQ(missing.duration(), 0);
-}
 
-TEST(Segment, DisplaySizeSwapsOnOddTurnsOfAnySign) {
-    for (std::int64_t turns : {1, 3, -1, -3, 5}) {
+    for (std::int64_t turns : {-3, -2, -1, 0, 1, 2, 3, 4, 5}) {
         Segment s = video(1);
         s.edits.quarterTurns = turns;
-        EXPECT_EQ(s.displaySize(), (Size{1080, 1920})) << turns;
+        EXPECT_EQ(s.displaySize(), (turns % 2 ? Size{1080, 1920} : Size{1920, 1080})) << turns;
     }
-    for (std::int64_t turns : {0, 2, 4, -2}) {
-        Segment s = video(1);
-        s.edits.quarterTurns = turns;
-        EXPECT_EQ(s.displaySize(), (Size{1920, 1080})) << turns;
-    }
-}
-
-TEST(VimboError, DescriptionsAreTheUserFacingSentences) {
-    const auto unreadable =
-        VimboError::unreadable(QUrl::fromLocalFile(QStringLiteral("/a/b/Holiday.mov")));
-    EXPECT_EQ(unreadable.errorDescription(), QStringLiteral("“Holiday.mov” can’t be read."));
-    EXPECT_STREQ(unreadable.what(), "“Holiday.mov” can’t be read.");
-    EXPECT_EQ(VimboError::nothingToMerge().errorDescription(),
-              QStringLiteral("There is nothing to merge."));
-    EXPECT_EQ(VimboError::exportFailed(QStringLiteral("Disk full.")).errorDescription(),
-              QStringLiteral("Disk full."));
-    EXPECT_NE(VimboError::exportFailed(QStringLiteral("a")),
-              VimboError::exportFailed(QStringLiteral("b")));
-}
-
-TEST(FrameShape, RatioNames) {
-    EXPECT_FALSE(ratioName(FrameShape::auto_));
-    EXPECT_EQ(ratioName(FrameShape::wide), QStringLiteral("16:9"));
-    EXPECT_EQ(ratioName(FrameShape::tall), QStringLiteral("9:16"));
-    EXPECT_EQ(ratioName(FrameShape::square), QStringLiteral("1:1"));
-    EXPECT_EQ(ratioName(FrameShape::portrait), QStringLiteral("4:5"));
 }
 
 Clip sampleClip() {
@@ -98,121 +58,52 @@ Clip sampleClip() {
     clip.id = QUuid::fromString(QStringLiteral("e621e1f8-c36c-495a-93fc-0c247a3e6e5f"));
     clip.url = QUrl::fromLocalFile(QStringLiteral("/home/ann/My Movies/Été #1.mov"));
     clip.bookmark = QByteArray("\x01\x02\xff path", 8);
-    clip.edits = trims(1.5, 2, 0.25);
+    clip.edits = video(1, 1.5, 2, 0.25).edits;
     clip.edits.muted = true;
     clip.edits.quarterTurns = 3;
     clip.edits.photoDuration = 4.5;
     clip.added = 7;
-    clip.imported = false;
     return clip;
 }
 
-TEST(RecordJson, ClipHasExactlyTheDocumentedForm) {
+TEST(RecordJson, ClipAndMediaInfoHaveTheirStoredForm) {
     const QJsonObject o = toJson(sampleClip());
     EXPECT_EQ(o.keys(), (QStringList{"added", "bookmark", "edits", "id", "imported", "url"}));
     EXPECT_EQ(o["id"].toString(), QStringLiteral("E621E1F8-C36C-495A-93FC-0C247A3E6E5F"));
     EXPECT_EQ(o["url"].toString(),
               QStringLiteral("file:///home/ann/My%20Movies/%C3%89t%C3%A9%20%231.mov"));
     EXPECT_EQ(o["bookmark"].toString(), QStringLiteral("AQL/IHBhdGg="));
-    EXPECT_EQ(o["added"].toInteger(), 7);
     EXPECT_EQ(o["edits"].toObject().keys(), (QStringList{"muted", "photoDuration", "quarterTurns",
                                                          "speed", "trimEnd", "trimStart"}));
-
-    Clip noBookmark = sampleClip();
-    noBookmark.bookmark.reset();
-    EXPECT_FALSE(toJson(noBookmark).contains("bookmark"));
-
-    for (const Clip& clip : {sampleClip(), noBookmark}) {
-        const auto text = compactJson(toJson(clip));
-        const auto back = clipFromJson(QJsonDocument::fromJson(text).object());
-        ASSERT_TRUE(back);
-        EXPECT_EQ(*back, clip);
-    }
-}
-
-TEST(RecordJson, CompactFormEscapesSlashes) {
-    const QByteArray text = compactJson(toJson(sampleClip()));
+    const QByteArray text = compactJson(o);
     EXPECT_TRUE(text.contains(R"("url":"file:\/\/\/home\/ann\/My%20Movies)")) << text.data();
     EXPECT_FALSE(text.contains(' '));
-}
-
-TEST(RecordJson, DecodingIsStrict) {
-    const QJsonObject good = toJson(sampleClip());
-    ASSERT_TRUE(clipFromJson(good));
-
-    auto without = [&](const QString& key) {
-        QJsonObject o = good;
-        o.remove(key);
-        return o;
-    };
-    auto with = [&](const QString& key, const QJsonValue& v) {
-        QJsonObject o = good;
-        o[key] = v;
-        return o;
-    };
-    QJsonObject editsWithoutDuration = good["edits"].toObject();
-    editsWithoutDuration.remove("photoDuration");
-    QJsonObject editsFractionalTurns = good["edits"].toObject();
-    editsFractionalTurns["quarterTurns"] = 1.5;
-    QJsonObject editsStringSpeed = good["edits"].toObject();
-    editsStringSpeed["speed"] = "2";
-
-    const QJsonObject bad[] = {
-        without("id"),
-        without("url"),
-        without("edits"),
-        without("added"),
-        without("imported"),
-        with("id", "not-a-uuid"),
-        with("id", "{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}"),
-        with("url", 5),
-        with("bookmark", "***"),
-        with("imported", 0),
-        with("added", 1.5),
-        with("edits", editsWithoutDuration),
-        with("edits", editsFractionalTurns),
-        with("edits", editsStringSpeed),
-    };
-    for (const QJsonObject& o : bad)
-        EXPECT_FALSE(clipFromJson(o)) << QJsonDocument(o).toJson().toStdString();
-
-    // A lower-case id and an absent bookmark are fine.
-    const auto lower = clipFromJson(with("id", "e621e1f8-c36c-495a-93fc-0c247a3e6e5f"));
-    ASSERT_TRUE(lower);
-    EXPECT_EQ(lower->id, sampleClip().id);
-    const auto noBookmark = clipFromJson(without("bookmark"));
-    ASSERT_TRUE(noBookmark);
-    EXPECT_FALSE(noBookmark->bookmark);
-}
-
-TEST(RecordJson, EnumerationTextsMatchExactly) {
-    EXPECT_EQ(layoutFromJson(QJsonObject{{"shape", "auto"}, {"fill", "fill"}}),
-              (Layout{FrameShape::auto_, FillMode::fill}));
     EXPECT_EQ(toJson(Layout{FrameShape::portrait, FillMode::fit}),
               (QJsonObject{{"shape", "portrait"}, {"fill", "fit"}}));
-    EXPECT_FALSE(layoutFromJson(QJsonObject{{"shape", "Wide"}, {"fill", "fit"}}));
-    EXPECT_FALSE(layoutFromJson(QJsonObject{{"shape", "wide"}}));
-}
 
-TEST(RecordJson, MediaInfoFormWithDatesSinceTwoThousandOne) {
     MediaInfo info(MediaKind::video);
     info.size = {1080, 1920};
     info.dateTaken = QDateTime(QDate(2023, 7, 14), QTime(16, 2, 33), Qt::UTC);
     info.transform = {0, 1, -1, 0, 1080, 0};
-
-    const QJsonObject o = toJson(info);
-    EXPECT_EQ(o["kind"].toString(), QStringLiteral("video"));
-    EXPECT_DOUBLE_EQ(o["dateTaken"].toDouble(), 711043353.0);
-    EXPECT_EQ(o["transform"].toArray(), (QJsonArray{0, 1, -1, 0, 1080, 0}));
-    EXPECT_EQ(o["size"].toArray(), (QJsonArray{1080, 1920}));
+    const QJsonObject i = toJson(info);
+    EXPECT_EQ(i["kind"].toString(), QStringLiteral("video"));
+    EXPECT_DOUBLE_EQ(i["dateTaken"].toDouble(), 711043353.0); // seconds since 2001
+    EXPECT_EQ(i["transform"].toArray(), (QJsonArray{0, 1, -1, 0, 1080, 0}));
+    EXPECT_EQ(i["size"].toArray(), (QJsonArray{1080, 1920}));
     EXPECT_FALSE(toJson(MediaInfo(MediaKind::missing)).contains("dateTaken"));
 }
 
-} // namespace
-} // namespace vimbo
-
-namespace vimbo {
-namespace {
+// Damaged fields are refused through the session file; these are the lenient readings.
+TEST(RecordJson, ReadsALowerCaseIdAndNoBookmark) {
+    QJsonObject o = toJson(sampleClip());
+    o["id"] = "e621e1f8-c36c-495a-93fc-0c247a3e6e5f";
+    EXPECT_EQ(clipFromJson(o), sampleClip());
+    o.remove("bookmark");
+    const auto noBookmark = clipFromJson(o);
+    ASSERT_TRUE(noBookmark);
+    EXPECT_FALSE(noBookmark->bookmark);
+    EXPECT_FALSE(layoutFromJson(QJsonObject{{"shape", "wide"}}));
+}
 
 TEST(SavedJson, RoundTripsExactlyAndRefusesWhatJsonCannotHold) {
     Saved saved;

@@ -9,6 +9,7 @@
 namespace vimbo::test {
 namespace {
 
+// TIFF field types.
 enum Type : std::uint16_t {
     byte = 1,
     ascii = 2,
@@ -85,18 +86,9 @@ std::uint32_t appendDirectory(QByteArray& file, std::vector<Field> fields) {
     return at;
 }
 
+// How much of channel c (0 red, 1 green, 2 blue) a quadrant of that colour holds.
 double channel(char colour, int c) {
-    switch (colour) {
-    case 'R':
-        return c == 0;
-    case 'G':
-        return c == 1;
-    case 'B':
-        return c == 2;
-    case 'W':
-        return 1;
-    }
-    return 0;
+    return colour == 'W' || colour == "RGB"[c];
 }
 
 // The sensor's values: each pixel records the one colour its filter passes (RGGB).

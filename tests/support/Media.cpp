@@ -6,6 +6,7 @@
 #include <QLockFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -68,6 +69,26 @@ QString quadrantsPhoto() {
     return generated(QStringLiteral("quadrants-400x200.jpg"),
                      {"-f", "lavfi", "-i", "color=black:size=400x200", "-vf", quadrantsFilter,
                       "-frames:v", "1", "-q:v", "2"});
+}
+
+QString withMatrix(const QString& source, const QString& name, const std::array<double, 6>& m) {
+    QFile in(source);
+    EXPECT_TRUE(in.open(QIODevice::ReadOnly));
+    QByteArray bytes = in.readAll();
+    const qsizetype box = bytes.indexOf("tkhd");
+    EXPECT_GT(box, 0);
+    // After the version: three 32-bit times and ids (64-bit in version 1), then 16 bytes.
+    const qsizetype matrix = box + 8 + (bytes[box + 4] == 1 ? 32 : 20) + 16;
+    const std::array<qint32, 9> values{qint32(m[0] * 65536), qint32(m[1] * 65536), 0,
+                                       qint32(m[2] * 65536), qint32(m[3] * 65536), 0,
+                                       qint32(m[4] * 65536), qint32(m[5] * 65536), 1 << 30};
+    for (std::size_t i = 0; i < values.size(); ++i)
+        qToBigEndian(values[i], bytes.data() + matrix + 4 * i);
+    const QString path = scratchFolder() + QLatin1Char('/') + name;
+    QFile out(path);
+    EXPECT_TRUE(out.open(QIODevice::WriteOnly));
+    out.write(bytes);
+    return path;
 }
 
 QString scratchFolder() {

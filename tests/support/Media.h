@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <array>
 #include <ostream>
 
 // Failing comparisons show texts as texts.
@@ -37,6 +38,10 @@ QString generated(const QString& name, const QStringList& ffmpegArgs);
 extern const QString quadrantsFilter;
 // A 400 × 200 JPEG of those quadrants.
 QString quadrantsPhoto();
+
+// A copy of a movie, named `name` in a scratch folder, whose video track header carries the
+// display matrix (a, b, c, d, tx, ty), written into the file itself as a phone or editor does.
+QString withMatrix(const QString& source, const QString& name, const std::array<double, 6>& m);
 
 // A fresh, empty temporary folder that lives until the process ends.
 QString scratchFolder();
