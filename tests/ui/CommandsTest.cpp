@@ -1,0 +1,223 @@
+// The window's commands as a person meets them in the menus, on the tool bar and on the
+// keyboard: which can be pressed in each state of the project and the export, what they do,
+// the frame button's title, and the flat look's fills.
+#include "tests/ui/WindowFixture.h"
+#include "ui/ExportSheet.h"
+#include "ui/FlatButtonStyle.h"
+#include "ui/PhotoPicker.h"
+
+#include <QMenu>
+#include <QToolButton>
+
+namespace vimbo::test {
+namespace {
+
+class CommandsTest : public WindowTest {
+protected:
+    // What can be pressed: the menus' commands, then the tool bar's buttons.
+    QString enabled() {
+        QStringList on;
+        for (const char* name :
+             {"startOver", "add", "export", "rotateLeft", "rotateRight", "remove", "undo", "redo"})
+            if (action(name)->isEnabled())
+                on << name;
+        on << "|";
+        const ui::WindowToolbar& bar = toolbar();
+        const std::pair<const char*, QToolButton*> buttons[] = {
+            {"Undo", bar.undoButton()},
+            {"Redo", bar.redoButton()},
+            {"Add", bar.addButton()},
+            {"Sort", bar.sortButton()},
+            {"Frame", bar.frameButton()},
+            {"Export", bar.exportButton()},
+            {"Inspector", bar.inspectorButton()}};
+        for (const auto& [name, button] : buttons)
+            if (button->isEnabled())
+                on << name;
+        return on.join(u' ');
+    }
+
+    static QAction* menuItem(QToolButton* button, const QString& text) {
+        for (QAction* action : button->menu()->actions())
+            if (action->text() == text)
+                return action;
+        ADD_FAILURE() << "no menu item " << text.toStdString();
+        return nullptr;
+    }
+};
+
+TEST_F(CommandsTest, EnabledByWhatTheProjectAndTheExportAllow) {
+    start();
+    EXPECT_EQ(enabled(), "add | Add");
+    add({video()});
+    EXPECT_EQ(enabled(),
+              "startOver add export rotateLeft rotateRight remove undo | Undo Add Frame Export "
+              "Inspector");
+    EXPECT_EQ(action("undo")->text(), QStringLiteral("Undo Add Clips"));
+    add({photo("p.jpg")});
+    project().clearSelection();
+    EXPECT_EQ(enabled(), "startOver add export undo | Undo Add Sort Frame Export Inspector");
+
+    ExportController& exporter = shell->exporter();
+    exporter.start({project().usable().front().second}, project().layout(), ExportFormat::mp4,
+                   ExportQuality::high, QUrl::fromLocalFile(root + "/out.mp4"));
+    EXPECT_EQ(enabled(), "startOver add undo | Undo Add Sort Frame Inspector")
+        << "no second export while one runs";
+    exporter.cancel();
+    EXPECT_EQ(enabled(), "startOver add export undo | Undo Add Sort Frame Export Inspector");
+
+    // A clip that cannot be played counts for the frame but not for export.
+    project().startOver();
+    add({broken("broken.jpg")});
+    EXPECT_EQ(enabled(),
+              "startOver add rotateLeft rotateRight remove undo | Undo Add Frame Inspector");
+    window().undoStack().undo();
+    EXPECT_TRUE(toolbar().redoButton()->isEnabled());
+}
+
+// A key pressed on the window, and the event loop's turn that follows, as between two presses
+// of a person.
+void press(QWidget& window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QTest::keyClick(&window, key, modifiers);
+    QTest::qWait(1);
+}
+
+TEST_F(CommandsTest, ShortcutsRotateUndoRedoRemoveAndStartOver) {
+    start();
+    window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
+    add({photo("one.jpg"), photo("two.jpg")});
+    const auto turns = [this] { return project().clips().at(0).edits.quarterTurns; };
+
+    press(window(), Qt::Key_R, Qt::ControlModifier);
+    EXPECT_EQ(turns(), 1);
+    press(window(), Qt::Key_L, Qt::ControlModifier);
+    press(window(), Qt::Key_L, Qt::ControlModifier);
+    EXPECT_EQ(turns(), 3);
+    press(window(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(turns(), 0);
+    press(window(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(turns(), 1) << "each press is a step of its own";
+    press(window(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(turns(), 0);
+    press(window(), Qt::Key_Z, Qt::ControlModifier);
+    press(window(), Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(turns(), 0);
+
+    press(window(), Qt::Key_Delete);
+    EXPECT_TRUE(project().clips().empty());
+    press(window(), Qt::Key_Z, Qt::ControlModifier);
+    project().click(project().clips().at(1).id, Qt::NoModifier);
+    press(window(), Qt::Key_Backspace, Qt::ControlModifier);
+    EXPECT_EQ(names(), std::vector<QString>{"one.jpg"});
+
+    press(window(), Qt::Key_N, Qt::ControlModifier);
+    EXPECT_TRUE(project().clips().empty());
+    EXPECT_EQ(action("undo")->text(), QStringLiteral("Undo Start Over"));
+    press(window(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(names(), std::vector<QString>{"one.jpg"});
+    press(window(), Qt::Key_E, Qt::ControlModifier);
+    EXPECT_TRUE(project().showExport());
+}
+
+TEST_F(CommandsTest, ToolbarButtonsActOnTheProject) {
+    start();
+    add({photo("b.jpg"), photo("a.jpg")});
+    ui::WindowToolbar& bar = toolbar();
+    QTest::mouseClick(bar.undoButton(), Qt::LeftButton);
+    EXPECT_TRUE(project().clips().empty());
+    QTest::mouseClick(bar.redoButton(), Qt::LeftButton);
+    menuItem(bar.sortButton(), "File Name")->trigger();
+    EXPECT_EQ(names(), (std::vector<QString>{"a.jpg", "b.jpg"}));
+    menuItem(bar.sortButton(), "Order Added")->trigger();
+    EXPECT_EQ(names(), (std::vector<QString>{"b.jpg", "a.jpg"}));
+
+    menuItem(bar.addButton(), "Add from Photos…")->trigger();
+    ASSERT_TRUE(waitUntil([] { return openWindow<ui::PhotoPicker>() != nullptr; }));
+    openWindow<ui::PhotoPicker>()->reject();
+    QTest::mouseClick(bar.exportButton(), Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([] { return openWindow<ui::ExportSheet>() != nullptr; }));
+    openWindow<ui::ExportSheet>()->reject();
+
+    // Undo and redo on the leading side, the rest together at the end, in this order.
+    const QToolButton* order[] = {bar.undoButton(),     bar.redoButton(),  bar.addButton(),
+                                  bar.sortButton(),     bar.frameButton(), bar.exportButton(),
+                                  bar.inspectorButton()};
+    for (std::size_t i = 1; i < std::size(order); ++i)
+        EXPECT_LT(order[i - 1]->geometry().right(), order[i]->geometry().left());
+    EXPECT_GT(bar.addButton()->x() - bar.redoButton()->geometry().right(), 200);
+}
+
+TEST_F(CommandsTest, FrameMenuTitlesTheButtonAndIsOneStepPerChange) {
+    start();
+    add({photo("one.jpg")});
+    QToolButton* frame = toolbar().frameButton();
+    QUndoStack& steps = window().undoStack();
+    EXPECT_EQ(frame->text(), "Auto · Fit");
+    QStringList items;
+    for (QAction* action : frame->menu()->actions())
+        items << action->text();
+    EXPECT_EQ(items,
+              QStringList({"Shape", "Auto", "16:9", "9:16", "1:1", "4:5", "Scale", "Fit", "Fill"}));
+
+    const qint64 landscapeIcon = frame->icon().cacheKey();
+    menuItem(frame, "4:5")->trigger();
+    EXPECT_EQ(steps.undoText(), "Change Shape");
+    menuItem(frame, "Fill")->trigger();
+    EXPECT_EQ(steps.undoText(), "Change Fill");
+    EXPECT_EQ(project().layout(), (Layout{FrameShape::portrait, FillMode::fill}));
+    EXPECT_EQ(frame->text(), "4:5 · Fill");
+    EXPECT_NE(frame->icon().cacheKey(), landscapeIcon);
+    const int count = steps.count();
+    menuItem(frame, "Fill")->trigger();
+    EXPECT_EQ(steps.count(), count) << "choosing what is chosen makes no step";
+
+    menuItem(frame, "9:16")->trigger();
+    EXPECT_EQ(frame->text(), "9:16 · Fill");
+    steps.undo();
+    steps.undo();
+    steps.undo();
+    EXPECT_EQ(frame->text(), "Auto · Fit");
+    EXPECT_TRUE(menuItem(frame, "Auto")->isChecked());
+    EXPECT_TRUE(menuItem(frame, "Fit")->isChecked());
+}
+
+// The flat look, read back from the pixels a real button paints: the label's text colour over
+// the window's at 7 % under the pointer, 12 % pressed or on, nothing when disabled.
+TEST(FlatButtonStyle, FillsForEachState) {
+    ui::FlatButtonStyle style;
+    const QColor under(0xf0, 0xf0, 0xf0), over(0x20, 0x20, 0x20);
+    QPalette palette(under, under);
+    palette.setColor(QPalette::WindowText, over);
+    QToolButton button;
+    button.setStyle(&style);
+    button.setPalette(palette);
+    button.setText("Sort");
+    button.setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button.setCheckable(true);
+    button.resize(button.sizeHint());
+    // How far the colour behind the label, at the middle of the top edge, is toward the text's.
+    const auto fill = [&] {
+        QImage image(button.size(), QImage::Format_ARGB32);
+        image.fill(under);
+        button.render(&image, {}, {}, QWidget::DrawChildren);
+        return std::round(100.0 * (under.red() - image.pixelColor(button.width() / 2, 3).red()) /
+                          (under.red() - over.red()));
+    };
+    EXPECT_EQ(fill(), 0);
+    button.setAttribute(Qt::WA_UnderMouse, true);
+    EXPECT_EQ(fill(), 7);
+    button.setDown(true);
+    EXPECT_EQ(fill(), 12);
+    button.setDown(false);
+    button.setAttribute(Qt::WA_UnderMouse, false);
+    button.setChecked(true);
+    EXPECT_EQ(fill(), 12);
+    button.setEnabled(false);
+    button.setAttribute(Qt::WA_UnderMouse, true);
+    button.setDown(true);
+    EXPECT_EQ(fill(), 0) << "disabled: no background, whatever else holds";
+}
+
+} // namespace
+} // namespace vimbo::test
