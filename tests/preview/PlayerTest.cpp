@@ -1,3 +1,5 @@
+// The player with real files: which frame each seek shows, playing to the end, its sound, and a
+// source that disappears while playing.
 #include "preview/Player.h"
 
 #include "preview/FailureLog.h"
@@ -27,16 +29,11 @@ Segment numbered(const QString& path = test::numberedVideo(true)) {
     return test::videoSegment(path, 2, {320, 240});
 }
 
-// Lets the event loop run for a while.
-void pump(int ms) {
-    waitUntil([] { return false; }, ms);
-}
-
-// Waits for the frame of the latest seek.
-::testing::AssertionResult settled(const Player& player) {
-    if (waitUntil([&] { return !player.isSeeking(); }, 30000) && player.picture())
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "the seek's frame never came";
+// Waits for the frame of the latest seek and tells the source frame it shows.
+int shownAfterSeek(const Player& player) {
+    if (!waitUntil([&] { return !player.isSeeking(); }, 30000) || !player.picture())
+        return -1;
+    return frameNumber(*player.picture());
 }
 
 TEST(Player, ShowsExactlyTheFrameOfTheLatestSeek) {
@@ -44,17 +41,15 @@ TEST(Player, ShowsExactlyTheFrameOfTheLatestSeek) {
     trimmed.edits.trimStart = 0.5; // plays source frames 15 onwards
     Player player;
     player.replaceCurrentItem(previewOf({numbered(), trimmed}));
-    ASSERT_TRUE(settled(player));
-    EXPECT_EQ(frameNumber(*player.picture()), 0);
+    EXPECT_EQ(shownAfterSeek(player), 0);
 
     // Output frame n shows source frame n in the first clip, n − 60 + 15 in the second.
-    auto expected = [](std::int64_t n) { return n < 60 ? n : n - 45; };
-    for (double t : {1.0, 0.5, 1.99, 2.0, 3.2, 0.1, 3.49}) {
+    const auto expected = [](int n) { return n < 60 ? n : n - 45; };
+    for (double t : {1.0, 1.99, 2.0, 3.2, 0.1, 3.49}) {
         player.seek(MediaTime::fromSeconds(t));
-        ASSERT_TRUE(settled(player)) << t;
-        const auto n = static_cast<std::int64_t>(std::floor(t * 30 + 1e-9));
+        const int n = static_cast<int>(std::floor(t * 30 + 1e-9));
+        EXPECT_EQ(shownAfterSeek(player), expected(n)) << t;
         EXPECT_EQ(player.pictureIndex(), n) << t;
-        EXPECT_EQ(frameNumber(*player.picture()), expected(n)) << t;
         EXPECT_EQ(player.currentTime(), MediaTime::fromSeconds(t));
     }
 
@@ -63,88 +58,51 @@ TEST(Player, ShowsExactlyTheFrameOfTheLatestSeek) {
     QObject::connect(&player, &Player::seekFinished, [&] { ++finished; });
     player.seek(MediaTime::fromSeconds(0.3));
     player.seek(MediaTime::fromSeconds(2.9));
-    ASSERT_TRUE(settled(player));
-    EXPECT_EQ(frameNumber(*player.picture()), expected(87));
-    pump(300);
+    EXPECT_EQ(shownAfterSeek(player), expected(87));
+    waitUntil([] { return false; }, 300);
     EXPECT_EQ(finished, 1);
 
-    // Frame steps, and the ends of the item.
-    player.step(1);
-    ASSERT_TRUE(settled(player));
-    EXPECT_EQ(frameNumber(*player.picture()), expected(88));
     player.step(-3);
-    ASSERT_TRUE(settled(player));
-    EXPECT_EQ(frameNumber(*player.picture()), expected(85));
+    EXPECT_EQ(shownAfterSeek(player), expected(84));
     player.seek(MediaTime::fromSeconds(60));
-    ASSERT_TRUE(settled(player));
+    EXPECT_EQ(shownAfterSeek(player), expected(104)) << "the last frame";
     EXPECT_EQ(player.currentTime(), player.duration());
-    EXPECT_EQ(player.pictureIndex(), 104) << "the last frame";
     player.step(-1000);
-    ASSERT_TRUE(settled(player));
-    EXPECT_EQ(frameNumber(*player.picture()), 0);
+    EXPECT_EQ(shownAfterSeek(player), 0);
 }
 
 TEST(Player, PlaysInRealTimeAndStopsAtTheEnd) {
     Player player;
     player.replaceCurrentItem(previewOf({numbered()}));
-    ASSERT_TRUE(settled(player));
+    ASSERT_EQ(shownAfterSeek(player), 0);
     std::vector<int> shown;
     QObject::connect(&player, &Player::pictureChanged, [&] {
         if (player.picture())
             shown.push_back(frameNumber(*player.picture()));
     });
-
     QElapsedTimer wall;
     wall.start();
     player.play();
-    EXPECT_EQ(player.rate(), 1);
     ASSERT_TRUE(waitUntil([&] { return player.currentTime().seconds() > 0.8; }));
     player.pause();
     const MediaTime held = player.currentTime();
-    pump(200);
+    waitUntil([] { return false; }, 200);
     EXPECT_EQ(player.currentTime(), held) << "paused means the clock holds";
-    EXPECT_NEAR(player.pictureIndex(), held.seconds() * 30, 1.0)
-        << "the picture is the one of the time";
 
     player.play();
     ASSERT_TRUE(waitUntil([&] { return player.rate() == 0; }, 30000));
     EXPECT_GE(wall.elapsed(), 1900) << "two seconds cannot play in less";
     EXPECT_EQ(player.currentTime(), player.duration());
-    EXPECT_EQ(player.pictureIndex(), 59);
     EXPECT_EQ(frameNumber(*player.picture()), 59);
-    ASSERT_FALSE(shown.empty());
     EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
     EXPECT_EQ(std::adjacent_find(shown.begin(), shown.end()), shown.end()) << "a frame twice";
-    const Player::Statistics played = player.statistics();
-    EXPECT_EQ(played.shown, static_cast<std::int64_t>(shown.size()) + 1);
 
-    // At the end, play starts over.
     player.play();
-    EXPECT_LT(player.currentTime().seconds(), 0.1);
-    player.pause();
-
-    // Without an item there is nothing to show or play.
+    EXPECT_LT(player.currentTime().seconds(), 0.1) << "at the end, play starts over";
     player.replaceCurrentItem(nullptr);
     EXPECT_FALSE(player.picture());
     player.play();
-    EXPECT_EQ(player.rate(), 0);
-    EXPECT_EQ(player.duration(), MediaTime::zero());
-}
-
-// Reads `frames` stereo frames from the feed as it fills, left channel only.
-std::vector<std::int16_t> readLeft(SoundFeed& feed, std::size_t frames) {
-    std::vector<std::int16_t> left;
-    std::vector<std::int16_t> chunk(2 * 1000);
-    while (left.size() < frames) {
-        const std::size_t want = std::min<std::size_t>(1000, frames - left.size());
-        const auto got =
-            feed.read(reinterpret_cast<char*>(chunk.data()), std::int64_t(want) * 4) / 4;
-        if (got == 0 && !waitUntil([&] { return feed.buffered() > 0; }, 10000))
-            break;
-        for (std::int64_t i = 0; i < got; ++i)
-            left.push_back(chunk[std::size_t(2 * i)]);
-    }
-    return left;
+    EXPECT_EQ(player.rate(), 0) << "nothing to play";
 }
 
 TEST(SoundFeed, GivesTheTimelinesSoundFromEverySeekThenSilence) {
@@ -155,23 +113,32 @@ TEST(SoundFeed, GivesTheTimelinesSoundFromEverySeekThenSilence) {
     FailureLog failures;
     SoundFeed feed(failures, [] {});
     feed.setTimeline(timeline);
-    for (double at : {0.0, 2.4, 0.7}) {
+    for (double at : {2.4, 0.7}) {
         feed.seek(MediaTime::fromSeconds(at));
-        // More than the buffer holds, so reading goes round it.
+        // The left channel, as the sound card reads it: more than the buffer holds, then
+        // a tenth of a second past the end.
         const auto frames = static_cast<std::size_t>(std::llround((3 - at) * 48000));
-        const std::vector<std::int16_t> got = readLeft(feed, frames + 4800);
-        ASSERT_EQ(got.size(), frames + 4800) << at;
+        std::vector<std::int16_t> left, chunk(2000);
+        while (left.size() < frames + 4800) {
+            const auto want = std::min<std::size_t>(1000, frames + 4800 - left.size());
+            const auto got = feed.read(reinterpret_cast<char*>(chunk.data()), 4 * qint64(want));
+            if (got == 0) {
+                ASSERT_TRUE(waitUntil([&] { return feed.buffered() > 0; }, 10000)) << at;
+            }
+            for (qint64 i = 0; i < got / 4; ++i)
+                left.push_back(chunk[std::size_t(2 * i)]);
+        }
         AudioRenderer reference(timeline);
         reference.seek(MediaTime::fromSeconds(at));
         std::size_t i = 0, differ = 0;
         while (const ff::FramePtr block = reference.read(4096)) {
             const auto* l = reinterpret_cast<const float*>(block->extended_data[0]);
             for (int k = 0; k < block->nb_samples; ++k, ++i)
-                differ += std::abs(got[i] - std::lrint(l[k] * 32767)) > 1;
+                differ += std::abs(left[i] - std::lrint(l[k] * 32767)) > 1;
         }
         EXPECT_EQ(i, frames) << at;
         EXPECT_EQ(differ, 0u) << "at " << at;
-        EXPECT_TRUE(std::all_of(got.begin() + std::ptrdiff_t(frames), got.end(),
+        EXPECT_TRUE(std::all_of(left.begin() + std::ptrdiff_t(frames), left.end(),
                                 [](std::int16_t v) { return v == 0; }))
             << "silence after the end";
     }
@@ -190,9 +157,8 @@ TEST(Player, ASourceDeletedWhilePlayingGoesBlackAndPlaybackGoesOn) {
     ASSERT_TRUE(QFile::copy(test::numberedVideo(true), second));
     Player player;
     player.replaceCurrentItem(previewOf({numbered(first), numbered(second)}));
-    ASSERT_TRUE(settled(player));
+    ASSERT_EQ(shownAfterSeek(player), 0);
 
-    warnings.clear();
     const QtMessageHandler previous = qInstallMessageHandler(collectWarnings);
     player.play();
     ASSERT_TRUE(waitUntil([&] { return player.pictureIndex() >= 3; }));

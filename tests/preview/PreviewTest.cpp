@@ -1,3 +1,5 @@
+// The window's preview with real builds: what an update installs and when, what a rebuild keeps
+// of the playback, and jumping to a clip.
 #include "preview/Preview.h"
 
 #include "preview/RebuildTrigger.h"
@@ -18,23 +20,16 @@ void pump(int ms) {
     waitUntil([] { return false; }, ms);
 }
 
-Segment photo(double seconds) {
-    return test::photoSegment(test::quadrantsPhoto(), {400, 200}, seconds);
-}
-
 // One id per clip, kept across keys as the project keeps them.
-const std::vector<QUuid>& ids() {
-    static const std::vector<QUuid> made{QUuid::createUuid(), QUuid::createUuid(),
-                                         QUuid::createUuid(), QUuid::createUuid()};
-    return made;
-}
+const std::vector<QUuid> ids{QUuid::createUuid(), QUuid::createUuid(), QUuid::createUuid()};
 
-Preview::Key keyOf(const std::vector<double>& photoSeconds, FillMode fill = FillMode::fit) {
+// The key of photos shown for these seconds each.
+Preview::Key keyOf(const std::vector<double>& seconds, FillMode fill = FillMode::fit) {
     Preview::Key key;
     key.layout.fill = fill;
-    for (std::size_t i = 0; i < photoSeconds.size(); ++i) {
-        key.ids.push_back(ids()[i]);
-        key.segments.push_back(photo(photoSeconds[i]));
+    for (std::size_t i = 0; i < seconds.size(); ++i) {
+        key.ids.push_back(ids[i]);
+        key.segments.push_back(test::photoSegment(test::quadrantsPhoto(), {400, 200}, seconds[i]));
     }
     return key;
 }
@@ -50,22 +45,29 @@ Preview::Key keyOf(const std::vector<double>& photoSeconds, FillMode fill = Fill
     return ::testing::AssertionSuccess();
 }
 
-TEST(Preview, AnEmptyKeyLeavesNoItemAndStartsAnnounceOnlyChanges) {
+TEST(Preview, OnlyTheNewestUpdateInstallsAndStartsAnnounceOnlyChanges) {
     Preview preview;
     QSignalSpy starts(&preview, &Preview::startsChanged);
     preview.update({});
-    EXPECT_FALSE(preview.player().hasItem());
-    EXPECT_TRUE(preview.starts().isEmpty());
+    EXPECT_FALSE(preview.player().hasItem()) << "an empty project";
     EXPECT_EQ(starts.count(), 0) << "empty stays empty: nothing to announce";
 
-    ASSERT_TRUE(updated(preview, keyOf({2, 3})));
-    EXPECT_EQ(preview.starts(), (QHash<QUuid, double>{{ids()[0], 0.0}, {ids()[1], 2.0}}));
+    QSignalSpy replaced(&preview, &Preview::itemReplaced);
+    preview.update(keyOf({1}));
+    preview.update(keyOf({2, 3})); // both builds run; the older one lands to be dropped
+    ASSERT_TRUE(replaced.wait(30000));
+    pump(500);
+    EXPECT_EQ(replaced.count(), 1);
+    EXPECT_EQ(preview.player().duration(), MediaTime::fromSeconds(5));
+    EXPECT_EQ(preview.starts(), (QHash<QUuid, double>{{ids[0], 0.0}, {ids[1], 2.0}}));
     EXPECT_EQ(starts.count(), 1);
     ASSERT_TRUE(updated(preview, keyOf({2, 3}, FillMode::fill)));
     EXPECT_EQ(starts.count(), 1) << "a new item with the same starts";
 
+    preview.update(keyOf({3}));
+    preview.cancelUpdates();
+    EXPECT_FALSE(replaced.wait(1000));
     preview.update({});
-    EXPECT_FALSE(preview.player().hasItem());
     EXPECT_FALSE(preview.player().picture());
     EXPECT_TRUE(preview.starts().isEmpty());
     EXPECT_EQ(starts.count(), 2);
@@ -83,12 +85,11 @@ TEST(Preview, ARebuildKeepsPositionAndPlayState) {
     player.play();
     ASSERT_TRUE(waitUntil([&] { return player.currentTime().seconds() > 12.05; }));
     ASSERT_TRUE(updated(preview, keyOf({15, 15, 10})));
-    EXPECT_EQ(player.duration(), MediaTime::fromSeconds(40));
     EXPECT_EQ(player.rate(), 1);
     EXPECT_GE(player.currentTime().seconds(), 12.05);
     EXPECT_LT(player.currentTime().seconds(), 13);
 
-    // Paused at 30 s, clips go and the movie is 20 s long: it lands on its end, paused.
+    // Paused at 30 s, a clip goes and the movie is 20 s long: it lands on its end, paused.
     player.pause();
     player.seek(MediaTime::fromSeconds(30));
     ASSERT_TRUE(updated(preview, keyOf({10, 10})));
@@ -104,7 +105,6 @@ TEST(Preview, ARebuildKeepsPositionAndPlayState) {
     preview.update(broken);
     EXPECT_FALSE(replaced.wait(1500));
     EXPECT_EQ(player.currentItem(), item);
-    EXPECT_EQ(preview.starts().size(), 2);
 }
 
 TEST(Preview, ShowSeeksJustInsideTheClip) {
@@ -112,14 +112,14 @@ TEST(Preview, ShowSeeksJustInsideTheClip) {
     Player& player = preview.player();
     ASSERT_TRUE(updated(preview, keyOf({7.5, 3})));
     player.seek(MediaTime::fromSeconds(5));
-    preview.show(ids()[0]);
+    preview.show(ids[0]);
     EXPECT_EQ(player.currentTime(), (MediaTime{60, 6000}));
-    preview.show(ids()[1]);
+    preview.show(ids[1]);
     EXPECT_EQ(player.currentTime(), (MediaTime{45060, 6000}));
     ASSERT_TRUE(waitUntil([&] { return !player.isSeeking(); }));
     EXPECT_EQ(player.pictureIndex(), 225) << "7.51 s lies in frame 225 at 30 fps";
     EXPECT_EQ(player.rate(), 0) << "show does not play";
-    preview.show(ids()[3]);
+    preview.show(ids[2]);
     preview.show(QUuid());
     EXPECT_EQ(player.currentTime(), (MediaTime{45060, 6000})) << "unknown ids do nothing";
 }
@@ -127,11 +127,7 @@ TEST(Preview, ShowSeeksJustInsideTheClip) {
 TEST(RebuildTrigger, ABurstOfChangesMakesOneBuildWithTheLastKey) {
     Preview preview;
     Preview::Key current = keyOf({1});
-    int reads = 0;
-    RebuildTrigger trigger(preview, [&] {
-        ++reads;
-        return current;
-    });
+    RebuildTrigger trigger(preview, [&] { return current; });
     QSignalSpy replaced(&preview, &Preview::itemReplaced);
     trigger.keyMayHaveChanged(); // the first call always counts
     current = keyOf({2});
@@ -144,31 +140,13 @@ TEST(RebuildTrigger, ABurstOfChangesMakesOneBuildWithTheLastKey) {
     EXPECT_EQ(replaced.count(), 1);
     EXPECT_EQ(preview.player().duration(), MediaTime::fromSeconds(3));
 
-    // The same key again is no change; a different one is.
     trigger.keyMayHaveChanged();
     pump(400);
-    EXPECT_EQ(replaced.count(), 1);
+    EXPECT_EQ(replaced.count(), 1) << "the same key again is no change";
     current = keyOf({4});
     trigger.keyMayHaveChanged();
     ASSERT_TRUE(replaced.wait(30000));
     EXPECT_EQ(preview.player().duration(), MediaTime::fromSeconds(4));
-    EXPECT_GE(reads, 6);
-}
-
-TEST(Preview, OnlyTheNewestUpdateInstalls) {
-    Preview preview;
-    QSignalSpy replaced(&preview, &Preview::itemReplaced);
-    preview.update(keyOf({1}));
-    preview.update(keyOf({2})); // both builds run; the older one lands to be dropped
-    ASSERT_TRUE(replaced.wait(30000));
-    pump(500);
-    EXPECT_EQ(replaced.count(), 1);
-    EXPECT_EQ(preview.player().duration(), MediaTime::fromSeconds(2));
-
-    preview.update(keyOf({3}));
-    preview.cancelUpdates();
-    EXPECT_FALSE(replaced.wait(1000));
-    EXPECT_EQ(preview.player().duration(), MediaTime::fromSeconds(2));
 }
 
 } // namespace
