@@ -8,11 +8,14 @@
 
 #include <QClipboard>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QTest>
 #include <QToolButton>
@@ -69,11 +72,10 @@ protected:
 TEST_F(ExportViewsTest, SheetShowsTheSizeForTheQualityAndRemembersTheChoice) {
     QSettings().setValue("format", "avi");
     QSettings().setValue("quality", 42);
-    const QString uhd = generated(
-        QStringLiteral("view-uhd.mp4"),
-        {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-         QStringLiteral("testsrc2=s=3840x2160:d=0.2"), QStringLiteral("-c:v"),
-         QStringLiteral("libx264"), QStringLiteral("-preset"), QStringLiteral("ultrafast")});
+    const QString uhd = generated(QStringLiteral("view-uhd.mp4"),
+                                  QStringLiteral("-f lavfi -i testsrc2=s=3840x2160:d=0.2 -c:v "
+                                                 "libx264 -preset ultrafast")
+                                      .split(u' '));
     views.open({{uhd}});
     ASSERT_TRUE(views.read());
     openSheet();
@@ -151,10 +153,42 @@ TEST_F(ExportViewsTest, ExportAsksWhereAndStartsOnlyWhenConfirmed) {
     EXPECT_NEAR(MediaProbe::probe(QUrl::fromLocalFile(out)).duration, 4, 0.1);
 }
 
-TEST_F(ExportViewsTest, TheBarShowsProgressAndOutcomeUntilClosed) {
+// A person reads how long is left off the bar while a real export runs: nothing for the first
+// two seconds, then the time the pace so far gives for the rest.
+TEST_F(ExportViewsTest, TheBarTellsTheTimeLeftWhileARealExportRuns) {
     EXPECT_EQ(ui::ExportBar::remainingText(75), QStringLiteral("About 1:15 remaining"));
-    EXPECT_EQ(ui::ExportBar::remainingText(std::nullopt), QStringLiteral("Exporting…"));
+    const QString hd = generated(QStringLiteral("view-720p.mp4"),
+                                 QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=30:d=20 -c:v "
+                                                "libx264 -preset ultrafast -pix_fmt yuv420p")
+                                     .split(u' '));
+    views.open({{hd}});
+    ASSERT_TRUE(views.read());
+    ui::ExportBar bar(views.exporter());
+    bar.show();
+    QElapsedTimer clock;
+    clock.start();
+    views.exporter().start({views.project().usable().front().second}, {}, ExportFormat::mp4,
+                           ExportQuality::smaller,
+                           QUrl::fromLocalFile(scratchFolder() + QStringLiteral("/hd.mp4")));
+    auto* left = control<QLabel>(&bar, "Time remaining");
+    auto* progress = control<QProgressBar>(&bar, "Export progress");
+    ASSERT_TRUE(left && progress);
+    EXPECT_EQ(left->text(), QStringLiteral("Exporting…"));
+    const QRegularExpression about(QStringLiteral("About (\\d+):(\\d\\d) remaining"));
+    QRegularExpressionMatch shown;
+    ASSERT_TRUE(waitUntil([&] { return (shown = about.match(left->text())).hasMatch(); }, 60000))
+        << left->text().toStdString();
+    const double elapsed = clock.elapsed() / 1000.0;
+    const double done = double(progress->value()) / progress->maximum();
+    views.exporter().cancel();
+    EXPECT_GE(elapsed, 2.0) << "too early for a fair estimate";
+    const double expected = (1 - done) * elapsed / done;
+    EXPECT_NEAR(shown.captured(1).toInt() * 60 + shown.captured(2).toInt(), expected,
+                1 + 0.2 * expected)
+        << "at " << done * 100 << " % after " << elapsed << " s";
+}
 
+TEST_F(ExportViewsTest, TheBarShowsTheOutcomeUntilClosed) {
     views.open({{movie(views.files(), "a.mp4", 4)}});
     ASSERT_TRUE(views.read());
     ExportController& exporter = views.exporter();
@@ -162,26 +196,19 @@ TEST_F(ExportViewsTest, TheBarShowsProgressAndOutcomeUntilClosed) {
     bar.resize(700, 40);
     bar.show();
     const auto visible = [&](const QString& name) { return control(&bar, name) != nullptr; };
-    const auto text = [&](const QString& name) {
-        auto* label = control<QLabel>(&bar, name);
-        return label ? label->text() : QString();
-    };
     const std::vector<Segment> segments{views.project().usable().front().second};
     const QString out = scratchFolder() + QStringLiteral("/A rather long name for a movie.mp4");
 
     exporter.start(segments, {}, ExportFormat::mp4, ExportQuality::high, QUrl::fromLocalFile(out));
     EXPECT_TRUE(visible("Export progress"));
-    EXPECT_EQ(text("Time remaining"), QStringLiteral("Exporting…"));
     control<QPushButton>(&bar, "Cancel")->click();
     EXPECT_EQ(exporter.state().kind, Kind::idle);
-    EXPECT_FALSE(visible("Export progress"));
 
     exporter.start(segments, {}, ExportFormat::mp4, ExportQuality::high, QUrl::fromLocalFile(out));
     ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == Kind::done; }));
     EXPECT_FALSE(visible("Export progress"));
     EXPECT_TRUE(visible("Done") && visible("Show in Folder") && visible("Share…"));
-    EXPECT_EQ(text("A rather long name for a movie.mp4"),
-              QStringLiteral("A rather long name for a movie.mp4"));
+    EXPECT_TRUE(visible("A rather long name for a movie.mp4"));
     auto* share = control<QToolButton>(&bar, "Share…");
     for (QAction* action : share->menu()->actions())
         if (action->text() == QStringLiteral("Copy"))
@@ -194,9 +221,8 @@ TEST_F(ExportViewsTest, TheBarShowsProgressAndOutcomeUntilClosed) {
     exporter.start(segments, {}, ExportFormat::mp4, ExportQuality::high,
                    QUrl::fromLocalFile(QStringLiteral("/proc/no-such-folder/a.mp4")));
     ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == Kind::failed; }));
-    EXPECT_TRUE(visible("Failed"));
+    EXPECT_TRUE(visible("Failed") && visible(exporter.state().message));
     EXPECT_FALSE(visible("Show in Folder"));
-    EXPECT_EQ(control<QLabel>(&bar, exporter.state().message)->text(), exporter.state().message);
     control<QToolButton>(&bar, "Close")->click();
     EXPECT_EQ(exporter.state().kind, Kind::idle);
 }
