@@ -24,34 +24,38 @@ namespace {
 
 using Kind = ExportController::State::Kind;
 
-TEST_F(WindowTest, TitleCountsEveryClipAndTellsTheLength) {
+TEST_F(WindowTest, EmptyWindowInvitesFilesAndTheTitleCountsEveryClip) {
     start();
+    auto* empty = window().findChild<ui::EmptyState*>();
+    EXPECT_TRUE(empty->isVisible());
+    QStringList buttons;
+    for (auto* button : empty->findChildren<QAbstractButton*>())
+        buttons << button->text();
+    EXPECT_EQ(buttons, (QStringList{"Add…", "Add from Photos…"}));
     EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo"));
+
     add({photo("a.jpg")});
+    EXPECT_FALSE(empty->isVisible());
+    EXPECT_TRUE(window().findChild<ui::EditorView*>()->isVisible());
     EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo — 1 Clip · 0:03"));
     add({photo("b.jpg"), photo("c.jpg"), broken("broken.jpg")});
     project().selectAll();
     project().edit("Change Duration", std::nullopt,
                    [](ClipEdits& e, const MediaInfo&) { e.photoDuration = 1241; });
-    EXPECT_EQ(ui::MainWindow::subtitle(project()), QStringLiteral("4 Clips · 1:02:03"))
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo — 4 Clips · 1:02:03"))
         << "the broken clip counts but does not play";
+
+    // Every control a screen reader can land on says what it is.
+    for (QWidget* w : window().findChildren<QWidget*>())
+        if ((qobject_cast<QAbstractButton*>(w) || qobject_cast<QAbstractSlider*>(w) ||
+             qobject_cast<QComboBox*>(w) || qobject_cast<QAbstractItemView*>(w)) &&
+            w->isVisible()) {
+            EXPECT_FALSE(
+                QAccessible::queryAccessibleInterface(w)->text(QAccessible::Name).isEmpty())
+                << w->metaObject()->className();
+        }
     project().startOver();
     EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo"));
-}
-
-TEST_F(WindowTest, EmptyProjectInvitesFilesAndTheEditorTakesOverWithTheFirstClip) {
-    start();
-    auto* empty = window().findChild<ui::EmptyState*>();
-    auto* editor = window().findChild<ui::EditorView*>();
-    EXPECT_TRUE(empty->isVisible());
-    EXPECT_FALSE(editor->isVisible());
-    QStringList buttons;
-    for (auto* button : empty->findChildren<QAbstractButton*>())
-        buttons << button->text();
-    EXPECT_EQ(buttons, (QStringList{"Add…", "Add from Photos…"}));
-    add({photo("first.jpg")});
-    EXPECT_FALSE(empty->isVisible());
-    EXPECT_TRUE(editor->isVisible());
 }
 
 TEST_F(WindowTest, InspectorColumnFollowsTheWishAndNeedsClips) {
@@ -139,26 +143,6 @@ TEST_F(WindowTest, ExportSheetAndPhotoPickerOpenOverTheWindowAndCloseBackToIt) {
     project().setShowPhotosPicker(true);
     ASSERT_TRUE(waitUntil([this] { return openWindow<ui::PhotoPicker>() != nullptr; }))
         << "asking again opens it again";
-}
-
-// Every control a screen reader can land on says what it is, empty and with clips.
-TEST_F(WindowTest, EveryControlHasAnAccessibleName) {
-    start();
-    const auto check = [this] {
-        for (QWidget* w : window().findChildren<QWidget*>()) {
-            const bool control = qobject_cast<QAbstractButton*>(w) ||
-                                 qobject_cast<QAbstractSlider*>(w) || qobject_cast<QComboBox*>(w) ||
-                                 qobject_cast<QAbstractItemView*>(w);
-            if (control && w->isVisible()) {
-                EXPECT_FALSE(
-                    QAccessible::queryAccessibleInterface(w)->text(QAccessible::Name).isEmpty())
-                    << w->metaObject()->className();
-            }
-        }
-    };
-    check();
-    add({video(), photo("p.jpg")});
-    check();
 }
 
 // Drags `data` from a file manager over `target`, checks `whileOver` there, then drops it (or
