@@ -1,23 +1,192 @@
-// The window's preview with real builds: what an update installs and when, what a rebuild keeps
-// of the playback, and jumping to a clip.
+// The preview with real files and real builds: which frame each seek shows, playing to the
+// end, its sound, a source that disappears while playing; what an update installs and when, what
+// a rebuild keeps of the playback, jumping to a clip; and the view that draws and drives it.
 #include "preview/Preview.h"
 
+#include "preview/FailureLog.h"
+#include "preview/Player.h"
 #include "preview/RebuildTrigger.h"
+#include "preview/SoundFeed.h"
+#include "preview/view/PictureView.h"
+#include "preview/view/PlayerView.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
 #include "tests/timeline/Fixtures.h"
+#include "timeline/AudioRenderer.h"
 
+#include <QAbstractButton>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLabel>
 #include <QSignalSpy>
+#include <QSlider>
+#include <QTest>
+#include <QVBoxLayout>
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace vimbo {
 namespace {
 
+using test::frameNumber;
 using test::waitUntil;
 
+std::shared_ptr<const Timeline> previewOf(const std::vector<Segment>& segments) {
+    return std::make_shared<const Timeline>(Timeline::build(segments, {}, 1280, false));
+}
+
+Segment numbered(const QString& path = test::numberedVideo(true)) {
+    return test::videoSegment(path, 2, {320, 240});
+}
+
+// Waits for the frame of the latest seek and tells the source frame it shows.
+int shownAfterSeek(const Player& player) {
+    if (!waitUntil([&] { return !player.isSeeking(); }, 30000) || !player.picture())
+        return -1;
+    return frameNumber(*player.picture());
+}
+
+// Lets the event loop run for a while.
 void pump(int ms) {
     waitUntil([] { return false; }, ms);
+}
+
+TEST(Player, ShowsExactlyTheFrameOfTheLatestSeek) {
+    Segment trimmed = numbered();
+    trimmed.edits.trimStart = 0.5; // plays source frames 15 onwards
+    Player player;
+    player.replaceCurrentItem(previewOf({numbered(), trimmed}));
+    EXPECT_EQ(shownAfterSeek(player), 0);
+
+    // Output frame n shows source frame n in the first clip, n − 60 + 15 in the second.
+    const auto expected = [](int n) { return n < 60 ? n : n - 45; };
+    for (double t : {1.0, 1.99, 2.0, 3.2, 0.1, 3.49}) {
+        player.seek(MediaTime::fromSeconds(t));
+        const int n = static_cast<int>(std::floor(t * 30 + 1e-9));
+        EXPECT_EQ(shownAfterSeek(player), expected(n)) << t;
+        EXPECT_EQ(player.pictureIndex(), n) << t;
+        EXPECT_EQ(player.currentTime(), MediaTime::fromSeconds(t));
+    }
+
+    // A seek made while another runs supersedes it: only the newest one finishes.
+    int finished = 0;
+    QObject::connect(&player, &Player::seekFinished, [&] { ++finished; });
+    player.seek(MediaTime::fromSeconds(0.3));
+    player.seek(MediaTime::fromSeconds(2.9));
+    EXPECT_EQ(shownAfterSeek(player), expected(87));
+    pump(300);
+    EXPECT_EQ(finished, 1);
+
+    player.step(-3);
+    EXPECT_EQ(shownAfterSeek(player), expected(84));
+    player.seek(MediaTime::fromSeconds(60));
+    EXPECT_EQ(shownAfterSeek(player), expected(104)) << "the last frame";
+    EXPECT_EQ(player.currentTime(), player.duration());
+    player.step(-1000);
+    EXPECT_EQ(shownAfterSeek(player), 0);
+}
+
+TEST(Player, PlaysInRealTimeAndStopsAtTheEnd) {
+    Player player;
+    player.replaceCurrentItem(previewOf({numbered()}));
+    ASSERT_EQ(shownAfterSeek(player), 0);
+    std::vector<int> shown;
+    QObject::connect(&player, &Player::pictureChanged, [&] {
+        if (player.picture())
+            shown.push_back(frameNumber(*player.picture()));
+    });
+    QElapsedTimer wall;
+    wall.start();
+    player.play();
+    ASSERT_TRUE(waitUntil([&] { return player.currentTime().seconds() > 0.8; }));
+    player.pause();
+    const MediaTime held = player.currentTime();
+    pump(200);
+    EXPECT_EQ(player.currentTime(), held) << "paused means the clock holds";
+
+    player.play();
+    ASSERT_TRUE(waitUntil([&] { return player.rate() == 0; }, 30000));
+    EXPECT_GE(wall.elapsed(), 1900) << "two seconds cannot play in less";
+    EXPECT_EQ(player.currentTime(), player.duration());
+    EXPECT_EQ(frameNumber(*player.picture()), 59);
+    EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
+    EXPECT_EQ(std::adjacent_find(shown.begin(), shown.end()), shown.end()) << "a frame twice";
+
+    player.play();
+    EXPECT_LT(player.currentTime().seconds(), 0.1) << "at the end, play starts over";
+    player.replaceCurrentItem(nullptr);
+    EXPECT_FALSE(player.picture());
+    player.play();
+    EXPECT_EQ(player.rate(), 0) << "nothing to play";
+}
+
+TEST(SoundFeed, GivesTheTimelinesSoundFromEverySeekThenSilence) {
+    Segment tone = test::videoSegment(test::toneVideo(440), 2, {160, 120});
+    Segment fast = tone;
+    fast.edits.speed = 2;
+    const auto timeline = previewOf({tone, fast}); // 3 s
+    FailureLog failures;
+    SoundFeed feed(failures, [] {});
+    feed.setTimeline(timeline);
+    for (double at : {2.4, 0.7}) {
+        feed.seek(MediaTime::fromSeconds(at));
+        // The left channel, as the sound card reads it: more than the buffer holds, then
+        // a tenth of a second past the end.
+        const auto frames = static_cast<std::size_t>(std::llround((3 - at) * 48000));
+        std::vector<std::int16_t> left, chunk(2000);
+        while (left.size() < frames + 4800) {
+            const auto want = std::min<std::size_t>(1000, frames + 4800 - left.size());
+            const auto got = feed.read(reinterpret_cast<char*>(chunk.data()), 4 * qint64(want));
+            if (got == 0) {
+                ASSERT_TRUE(waitUntil([&] { return feed.buffered() > 0; }, 10000)) << at;
+            }
+            for (qint64 i = 0; i < got / 4; ++i)
+                left.push_back(chunk[std::size_t(2 * i)]);
+        }
+        AudioRenderer reference(timeline);
+        reference.seek(MediaTime::fromSeconds(at));
+        std::size_t i = 0, differ = 0;
+        while (const ff::FramePtr block = reference.read(4096)) {
+            const auto* l = reinterpret_cast<const float*>(block->extended_data[0]);
+            for (int k = 0; k < block->nb_samples; ++k, ++i)
+                differ += std::abs(left[i] - std::lrint(l[k] * 32767)) > 1;
+        }
+        EXPECT_EQ(i, frames) << at;
+        EXPECT_EQ(differ, 0u) << "at " << at;
+        EXPECT_TRUE(std::all_of(left.begin() + std::ptrdiff_t(frames), left.end(),
+                                [](std::int16_t v) { return v == 0; }))
+            << "silence after the end";
+    }
+}
+
+QStringList warnings;
+void collectWarnings(QtMsgType type, const QMessageLogContext&, const QString& text) {
+    if (type == QtWarningMsg && text.startsWith("Preview:"))
+        warnings << text;
+}
+
+TEST(Player, ASourceDeletedWhilePlayingGoesBlackAndPlaybackGoesOn) {
+    const QString folder = test::scratchFolder();
+    const QString first = folder + "/first.mp4", second = folder + "/second.mp4";
+    ASSERT_TRUE(QFile::copy(test::numberedVideo(true), first));
+    ASSERT_TRUE(QFile::copy(test::numberedVideo(true), second));
+    Player player;
+    player.replaceCurrentItem(previewOf({numbered(first), numbered(second)}));
+    ASSERT_EQ(shownAfterSeek(player), 0);
+
+    const QtMessageHandler previous = qInstallMessageHandler(collectWarnings);
+    player.play();
+    ASSERT_TRUE(waitUntil([&] { return player.pictureIndex() >= 3; }));
+    ASSERT_TRUE(QFile::remove(second));
+    const bool ended = waitUntil([&] { return player.rate() == 0; }, 30000);
+    qInstallMessageHandler(previous);
+
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(player.currentTime(), player.duration());
+    EXPECT_EQ(test::colourAt(*player.picture(), 160, 120), 'K');
+    ASSERT_EQ(warnings.size(), 1) << warnings.join('\n').toStdString();
+    EXPECT_TRUE(warnings[0].contains("second.mp4")) << warnings[0].toStdString();
 }
 
 // One id per clip, kept across keys as the project keeps them.
@@ -147,6 +316,96 @@ TEST(RebuildTrigger, ABurstOfChangesMakesOneBuildWithTheLastKey) {
     trigger.keyMayHaveChanged();
     ASSERT_TRUE(replaced.wait(30000));
     EXPECT_EQ(preview.player().duration(), MediaTime::fromSeconds(4));
+}
+
+// The colour class of a screen pixel: 'R', 'G', 'B', 'W', 'K' or '?'.
+char colourOf(QRgb p) {
+    const auto on = [](int v) { return v > 190 ? 1 : v < 64 ? 0 : 8; };
+    const int bits = on(qRed(p)) * 4 + on(qGreen(p)) * 2 + on(qBlue(p));
+    return bits < 8 ? "KBG?R??W"[bits] : '?';
+}
+
+TEST(PlayerView, DrawsThePictureFittedOnBlackAtTheViewsSize) {
+    Player player;
+    PlayerView view(player);
+    view.resize(600, 420);
+    view.show();
+    PictureView& picture = view.picture();
+
+    // A 2:1 picture in a taller view: black bands above and below.
+    QSignalSpy drawn(&picture, &PictureView::imageChanged);
+    player.replaceCurrentItem(
+        previewOf({test::photoSegment(test::quadrantsPhoto(), {400, 200}, 2)}));
+    ASSERT_TRUE(drawn.wait(30000));
+    const QRectF area = picture.pictureRect();
+    EXPECT_EQ(area.size(), QSizeF(600, 300));
+    EXPECT_EQ(picture.image().size(), QSize(600, 300))
+        << "converted at the size shown, not the timeline's 400 × 200";
+    QImage screen = picture.grab().toImage();
+    std::string seen;
+    for (auto [fx, fy] : {std::pair{0.25, 0.25}, {0.75, 0.25}, {0.25, 0.75}, {0.75, 0.75}})
+        seen += colourOf(screen.pixel(static_cast<int>(area.x() + fx * area.width()),
+                                      static_cast<int>(area.y() + fy * area.height())));
+    EXPECT_EQ(seen, "RGBW");
+    ASSERT_GT(area.y(), 10);
+    EXPECT_EQ(colourOf(screen.pixel(300, static_cast<int>(area.y() / 2))), 'K');
+    EXPECT_EQ(colourOf(screen.pixel(300, static_cast<int>(area.bottom() + area.y() / 2))), 'K');
+
+    player.replaceCurrentItem(nullptr);
+    screen = picture.grab().toImage();
+    EXPECT_EQ(colourOf(screen.pixel(300, static_cast<int>(area.center().y()))), 'K')
+        << "no item is black";
+}
+
+TEST(PlayerView, KeysAndControlsDriveThePlayerAndFullScreenComesBackIntoItsWindow) {
+    Player player;
+    QWidget window;
+    auto* view = new PlayerView(player, &window);
+    (new QVBoxLayout(&window))->addWidget(view);
+    window.resize(640, 480);
+    window.show();
+    player.replaceCurrentItem(previewOf({numbered()}));
+    ASSERT_EQ(shownAfterSeek(player), 0);
+    auto* play = view->findChild<QAbstractButton*>();
+    auto* slider = view->findChild<QSlider*>();
+    auto* time = view->findChild<QLabel*>();
+    ASSERT_TRUE(play && slider && time);
+    EXPECT_EQ(play->accessibleName(), "Play");
+
+    QTest::keyClick(view, Qt::Key_Right);
+    QTest::keyClick(view, Qt::Key_Right);
+    QTest::keyClick(view, Qt::Key_Left);
+    EXPECT_EQ(shownAfterSeek(player), 1);
+    QTest::keyClick(view, Qt::Key_End);
+    EXPECT_EQ(time->text(), "0:02 / 0:02");
+    EXPECT_EQ(slider->value(), 2000);
+    QTest::keyClick(view, Qt::Key_Home);
+    EXPECT_EQ(time->text(), "0:00 / 0:02");
+    QTest::keyClick(view, Qt::Key_Space);
+    EXPECT_EQ(player.rate(), 1);
+    EXPECT_EQ(play->accessibleName(), "Pause");
+    QTest::keyClick(view, Qt::Key_Space);
+    EXPECT_EQ(player.rate(), 0);
+
+    // Scrubbing seeks while the slider is dragged.
+    slider->setSliderDown(true);
+    slider->setSliderPosition(1500);
+    EXPECT_EQ(player.currentTime(), (MediaTime{1500, 1000}));
+    slider->setSliderPosition(500);
+    slider->setSliderDown(false);
+    EXPECT_EQ(shownAfterSeek(player), 15);
+
+    auto* toggle = view->findChildren<QAbstractButton*>().last();
+    ASSERT_EQ(toggle->accessibleName(), "Full Screen");
+    toggle->click();
+    EXPECT_TRUE(view->isFullScreen() && view->isWindow());
+    EXPECT_EQ(toggle->accessibleName(), "Exit Full Screen");
+    QTest::keyClick(view, Qt::Key_Escape);
+    EXPECT_FALSE(view->isFullScreen() || view->isWindow());
+    ASSERT_TRUE(waitUntil([&] { return view->isVisible() && view->width() > 600; }, 5000))
+        << "back in its place in the window";
+    QTest::mouseDClick(&view->picture(), Qt::LeftButton);
+    EXPECT_TRUE(view->isFullScreen());
 }
 
 } // namespace
