@@ -1,8 +1,9 @@
 // The window's commands as a person meets them in the menus, on the tool bar and on the
 // keyboard: which can be pressed in each state of the project and the export, what they do,
-// the frame button's title, and the flat look's fills.
+// the frame button's title, the flat look's fills, and where the Help menu's links lead.
 #include "tests/ui/WindowFixture.h"
 #include "ui/FlatButtonStyle.h"
+#include "ui/Links.h"
 
 #include <QMenu>
 #include <QToolButton>
@@ -189,6 +190,19 @@ TEST(FlatButtonStyle, FillsForEachState) {
     button.setAttribute(Qt::WA_UnderMouse, true);
     button.setDown(true);
     EXPECT_EQ(fill(), 0) << "disabled: no background, whatever else holds";
+}
+
+// The Help menu's pages follow the first language; the version is passed on, even unknown.
+TEST(Links, PagesFollowTheFirstLanguageAndTheVersionIsPassedOn) {
+    using namespace ui::Links;
+    EXPECT_EQ(website({"zh-Hant", "en"}).toString(), "https://vimbo.app/vimbo-zh-tw.html");
+    EXPECT_EQ(support({"zh-Hans-CN"}).toString(), "https://vimbo.app/vimbo-support-zh-cn.html");
+    for (const QStringList& other : {QStringList{"en-US"}, {"de", "zh-Hant"}, {"zh"}, {}})
+        EXPECT_EQ(website(other).toString(), "https://vimbo.app/vimbo.html");
+    EXPECT_EQ(newVersion({"en"}, "1.2.0").toString(),
+              "https://vimbo.app/vimbo.html?installed=1.2.0#download");
+    EXPECT_EQ(newVersion({"zh-TW"}, QString()).toString(),
+              "https://vimbo.app/vimbo-zh-tw.html?installed=#download");
 }
 
 } // namespace
