@@ -1,4 +1,5 @@
 // The export sheet and the export bar as a person uses them, with real exports behind them.
+// (What the bar shows once an export has ended is checked in the window.)
 #include "media/MediaProbe.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
@@ -6,19 +7,15 @@
 #include "ui/ExportBar.h"
 #include "ui/ExportSheet.h"
 
-#include <QClipboard>
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
-#include <QMenu>
-#include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QTest>
-#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -178,41 +175,6 @@ TEST_F(ExportViewsTest, TheBarTellsTheTimeLeftWhileARealExportRuns) {
     EXPECT_NEAR(shown.captured(1).toInt() * 60 + shown.captured(2).toInt(), expected,
                 1 + 0.2 * expected)
         << "at " << done * 100 << " % after " << elapsed << " s";
-}
-
-TEST_F(ExportViewsTest, TheBarShowsTheOutcomeUntilClosed) {
-    views.open({{movie(views.files(), "a.mp4", 4)}});
-    ASSERT_TRUE(views.read());
-    ExportController& exporter = views.exporter();
-    ui::ExportBar bar(exporter);
-    bar.resize(700, 40);
-    bar.show();
-    const auto visible = [&](const QString& name) { return control(&bar, name) != nullptr; };
-    const std::vector<Segment> segments{views.project().usable().front().second};
-    const QString out = scratchFolder() + QStringLiteral("/A rather long name for a movie.mp4");
-
-    exporter.start(segments, {}, ExportFormat::mp4, ExportQuality::high, QUrl::fromLocalFile(out));
-    EXPECT_TRUE(visible("Export progress"));
-    ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == Kind::done; }));
-    EXPECT_FALSE(visible("Export progress"));
-    EXPECT_TRUE(visible("Done") && visible("Show in Folder") && visible("Share…"));
-    EXPECT_TRUE(visible("A rather long name for a movie.mp4"));
-    auto* share = control<QToolButton>(&bar, "Share…");
-    for (QAction* action : share->menu()->actions())
-        if (action->text() == QStringLiteral("Copy"))
-            action->trigger();
-    EXPECT_EQ(QGuiApplication::clipboard()->mimeData()->urls(),
-              QList<QUrl>{QUrl::fromLocalFile(out)});
-    control<QToolButton>(&bar, "Close")->click();
-    EXPECT_EQ(exporter.state().kind, Kind::idle);
-
-    exporter.start(segments, {}, ExportFormat::mp4, ExportQuality::high,
-                   QUrl::fromLocalFile(QStringLiteral("/proc/no-such-folder/a.mp4")));
-    ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == Kind::failed; }));
-    EXPECT_TRUE(visible("Failed") && visible(exporter.state().message));
-    EXPECT_FALSE(visible("Show in Folder"));
-    control<QToolButton>(&bar, "Close")->click();
-    EXPECT_EQ(exporter.state().kind, Kind::idle);
 }
 
 } // namespace
