@@ -66,7 +66,6 @@ TEST(Player, ShowsExactlyTheFrameOfTheLatestSeek) {
         const int n = static_cast<int>(std::floor(t * 30 + 1e-9));
         EXPECT_EQ(shownAfterSeek(player), expected(n)) << t;
         EXPECT_EQ(player.pictureIndex(), n) << t;
-        EXPECT_EQ(player.currentTime(), MediaTime::fromSeconds(t));
     }
 
     // A seek made while another runs supersedes it: only the newest one finishes.
@@ -82,7 +81,6 @@ TEST(Player, ShowsExactlyTheFrameOfTheLatestSeek) {
     EXPECT_EQ(shownAfterSeek(player), expected(84));
     player.seek(MediaTime::fromSeconds(60));
     EXPECT_EQ(shownAfterSeek(player), expected(104)) << "the last frame";
-    EXPECT_EQ(player.currentTime(), player.duration());
     player.step(-1000);
     EXPECT_EQ(shownAfterSeek(player), 0);
 }

@@ -9,7 +9,6 @@
 #include <QDoubleSpinBox>
 #include <QGroupBox>
 #include <QLabel>
-#include <QPushButton>
 #include <QSlider>
 #include <QTest>
 
@@ -137,20 +136,6 @@ TEST_F(InspectorTest, SectionsFollowTheSelectionAndEditEveryChosenClip) {
     settle();
     EXPECT_TRUE(edits("a.mp4").muted && edits("b.mp4").muted);
     EXPECT_EQ(views.undo().count(), steps + 2);
-}
-
-TEST_F(InspectorTest, TheMergedVideoCountsPlayableClipsAndChangesItsFrame) {
-    show({{movie(views.files(), "a.mp4")},
-          {picture(views.files(), "p.jpg")},
-          {views.files() + QStringLiteral("/gone.mp4")}});
-    EXPECT_EQ(titles(), (QStringList{"Merged Video"}));
-    EXPECT_EQ(text("Clips"), QStringLiteral("2")) << "the missing clip does not play";
-    EXPECT_EQ(text("Length"), QStringLiteral("0:13"));
-    EXPECT_EQ(text("Size"), QStringLiteral("400 × 226")) << "the photo's long edge, 16:9";
-    find<QPushButton>("Fill")->click();
-    settle();
-    EXPECT_EQ(views.project().layout().fill, FillMode::fill);
-    EXPECT_EQ(views.undo().undoText(), QStringLiteral("Change Fill"));
 }
 
 // The duration stepper climbs a ladder of round values, for every selected photo.

@@ -6,7 +6,6 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PhotoGridModel.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QListView>
@@ -93,34 +92,6 @@ TEST_F(PhotoPickerTest, PickedItemsAreImportedOldestFirstInOneStep) {
     }
     EXPECT_EQ(views.undo().count(), 1);
     EXPECT_EQ(views.undo().undoText(), "Add Clips");
-}
-
-TEST_F(PhotoPickerTest, EmptyOrMissingPlacesShowANote) {
-    // An empty Pictures folder, a camera card with one photo, and a phone with two storages.
-    QDir().mkpath(pictures);
-    place(mounts + "/NIKON D750/DCIM/100NIKON", "DSC_0001.JPG", 1);
-    QDir().mkpath(mounts + "/Pixel 7/Internal shared storage/DCIM");
-    QDir().mkpath(mounts + "/Pixel 7/SD card/DCIM");
-    QPointer<PhotoPicker> picker = open();
-    EXPECT_TRUE(picker->showsNote());
-    EXPECT_EQ(picker->noteTitle(), "No Photos or Videos Here");
-    QComboBox* places = picker->placeBox();
-    EXPECT_EQ(places->count(), 4);
-    EXPECT_EQ(places->itemText(1), "NIKON D750");
-    EXPECT_EQ(places->itemText(3), "Pixel 7 · SD card");
-    places->setCurrentIndex(1);
-    emit places->activated(1);
-    ASSERT_TRUE(waitUntil([&] { return picker->isListed(); }));
-    EXPECT_FALSE(picker->showsNote());
-    EXPECT_EQ(shown(*picker), QStringList({"DSC_0001.JPG"}));
-
-    QDir(mounts + "/NIKON D750").removeRecursively(); // pulled out while the picker is open
-    emit places->activated(1);
-    ASSERT_TRUE(waitUntil([&] { return picker->isListed(); }));
-    EXPECT_EQ(picker->noteTitle(), "NIKON D750 Is Not Connected");
-    QTest::keyClick(picker, Qt::Key_Escape);
-    EXPECT_FALSE(views.project().showPhotosPicker());
-    EXPECT_TRUE(views.project().clips().empty());
 }
 
 } // namespace
