@@ -111,14 +111,8 @@ TEST_F(FilmstripTest, ClicksKeysAndTheTileMenuActOnTheRightClips) {
     click(3, Qt::ControlModifier);
     EXPECT_EQ(selection(), "BD");
     EXPECT_EQ(selected, (std::vector<QUuid>{views.id("B.mp4"), views.id("D.mp4")}));
-    click(1, Qt::ShiftModifier);
-    EXPECT_EQ(selection(), "BCD") << "Shift extends from D";
     click(0, {}, QPoint(68, 0));
     EXPECT_EQ(selection(), "") << "a click beside the tiles";
-    QTest::keyClick(list, Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(selection(), "ABCD");
-    QTest::keyClick(list, Qt::Key_Escape);
-    EXPECT_EQ(selection(), "");
     click(2);
     click(3, Qt::ShiftModifier);
 
@@ -172,11 +166,6 @@ TEST_F(FilmstripTest, FollowsTheEndWhenTheLastClipChanges) {
     EXPECT_EQ(bar->value(), 0);
     views.project().add({QUrl::fromLocalFile(movie(views.files(), "added.mp4", 2))});
     ASSERT_TRUE(waitUntil([&] { return bar->value() == bar->maximum(); }, 5000));
-    const int longer = bar->maximum();
-    bar->setValue(0);
-    views.project().remove({views.id("added.mp4")});
-    ASSERT_TRUE(
-        waitUntil([&] { return bar->maximum() < longer && bar->value() == bar->maximum(); }, 5000));
     bar->setValue(0);
     views.project().remove({views.id("A.mp4")}); // the last clip stays: no scrolling
     QTest::qWait(300);
