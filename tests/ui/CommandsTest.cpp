@@ -190,8 +190,6 @@ TEST(Links, PagesFollowTheFirstLanguageAndTheVersionIsPassedOn) {
     EXPECT_EQ(support({"zh-Hans-CN"}).toString(), "https://vimbo.app/vimbo-support-zh-cn.html");
     for (const QStringList& other : {QStringList{"en-US"}, {"de", "zh-Hant"}, {"zh"}, {}})
         EXPECT_EQ(website(other).toString(), "https://vimbo.app/vimbo.html");
-    EXPECT_EQ(newVersion({"en"}, "1.2.0").toString(),
-              "https://vimbo.app/vimbo.html?installed=1.2.0#download");
     EXPECT_EQ(newVersion({"zh-TW"}, QString()).toString(),
               "https://vimbo.app/vimbo-zh-tw.html?installed=#download");
 }

@@ -112,8 +112,7 @@ TEST_F(InspectorTest, SectionsFollowTheSelectionAndEditEveryChosenClip) {
     EXPECT_EQ(titles(), (QStringList{"2 Clips", "Videos", "Photos"}));
     EXPECT_NE(find<QSlider>("Start"), nullptr) << "one video among the clips";
     select({"gone.mp4"});
-    EXPECT_EQ(titles(), QStringList{"gone.mp4"});
-    EXPECT_EQ(find<QComboBox>("Speed"), nullptr);
+    EXPECT_EQ(find<QComboBox>("Speed"), nullptr) << "a missing file has nothing to edit";
 
     // Speed over two videos: the first one's value, one step for both.
     select({"a.mp4", "b.mp4"});
