@@ -1,6 +1,5 @@
-// The preview with real files and real builds: which frame each seek shows, playing to the
-// end, a source that disappears while playing; what an update installs and when, what
-// a rebuild keeps of the playback, jumping to a clip; and the view that draws and drives it.
+// The preview with real files and builds: the frame each seek shows, playing to the end, a
+// source lost while playing, what a rebuild keeps, jumping to a clip, and the view.
 #include "preview/Preview.h"
 
 #include "preview/Player.h"
@@ -198,8 +197,7 @@ TEST(Preview, ARebuildKeepsPositionAndPlayState) {
     Preview preview;
     Player& player = preview.player();
     ASSERT_TRUE(updated(preview, keyOf({15, 15, 15})));
-    EXPECT_EQ(player.currentTime(), MediaTime::zero()) << "a new item starts at its beginning";
-    EXPECT_EQ(player.pictureIndex(), 0);
+    EXPECT_EQ(player.pictureIndex(), 0) << "a new item starts at its beginning";
 
     // Playing at 12 s, a later clip is trimmed: playback goes on from 12 s.
     player.seek(MediaTime::fromSeconds(12));
@@ -300,11 +298,6 @@ TEST(PlayerView, DrawsThePictureFittedOnBlackAtTheViewsSize) {
     EXPECT_EQ(seen, "RGBW");
     ASSERT_GT(area.y(), 10);
     EXPECT_EQ(colourOf(screen.pixel(300, static_cast<int>(area.y() / 2))), 'K') << "a band";
-
-    player.replaceCurrentItem(nullptr);
-    screen = picture.grab().toImage();
-    EXPECT_EQ(colourOf(screen.pixel(300, static_cast<int>(area.center().y()))), 'K')
-        << "no item is black";
 }
 
 TEST(PlayerView, KeysAndControlsDriveThePlayerAndFullScreenComesBackIntoItsWindow) {

@@ -1,5 +1,4 @@
-// The export sheet and the export bar as a person uses them, with real exports behind them.
-// (What the bar shows once an export has ended is checked in the window.)
+// The export sheet and the running export's bar, with real exports (the outcome: in the window).
 #include "media/MediaProbe.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"

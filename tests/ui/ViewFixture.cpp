@@ -11,8 +11,6 @@
 #include <QFile>
 #include <QLocale>
 
-#include <utility>
-
 namespace vimbo::test {
 namespace {
 
@@ -35,9 +33,8 @@ MediaAccess viewMedia() {
 
 void useEnglish() {
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    static bool installed = false;
-    if (!std::exchange(installed, true))
-        ui::installTranslations();
+    static const bool installed = (ui::installTranslations(), true);
+    (void)installed;
 }
 
 QString movie(const QString& folder, const QString& name, double seconds, bool withSound) {
@@ -62,8 +59,6 @@ Views::Views()
     , files_(root_ + QStringLiteral("/files")) {
     open({});
 }
-
-Views::~Views() = default;
 
 void Views::open(const std::vector<ClipSpec>& clips) {
     Saved saved;

@@ -1,7 +1,6 @@
 // Widgets need a QApplication: the window's and the views' tests run inside one, offscreen, in
 // English with the interface's translations, keeping their settings in a folder of this run.
 #include "media/ff/Log.h"
-#include "tests/support/Media.h"
 #include "tests/ui/ViewFixture.h"
 
 #include <QApplication>

@@ -55,7 +55,6 @@ TEST_F(WindowTest, InspectorColumnFollowsTheWishAndNeedsClips) {
     EXPECT_FALSE(shown()) << "an empty project has no column";
     add({photo("a.jpg")});
     EXPECT_TRUE(shown());
-    EXPECT_EQ(column->width(), 280);
 
     control<QAbstractButton>(column, "Hide Inspector")->click();
     EXPECT_FALSE(shown());
@@ -214,7 +213,6 @@ TEST_F(WindowTest, QuitAndClosingTheWindowSaveAtOnceAndTheNextStartFindsTheProje
             action("quit")->trigger();
         else
             window().close();
-        EXPECT_FALSE(window().isVisible());
         const auto saved = store.load();
         ASSERT_TRUE(saved.has_value()) << "written as the window closed";
         ASSERT_EQ(saved->clips.size(), 1u);
