@@ -296,7 +296,6 @@ TEST(PlayerView, DrawsThePictureFittedOnBlackAtTheViewsSize) {
         seen += colourOf(screen.pixel(static_cast<int>(area.x() + fx * area.width()),
                                       static_cast<int>(area.y() + fy * area.height())));
     EXPECT_EQ(seen, "RGBW");
-    ASSERT_GT(area.y(), 10);
     EXPECT_EQ(colourOf(screen.pixel(300, static_cast<int>(area.y() / 2))), 'K') << "a band";
 }
 
