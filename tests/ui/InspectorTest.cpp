@@ -9,10 +9,8 @@
 #include <QDoubleSpinBox>
 #include <QGroupBox>
 #include <QLabel>
-#include <QPushButton>
 #include <QSlider>
 #include <QTest>
-#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -44,46 +42,36 @@ protected:
     T* find(const QString& name) {
         return control<T>(inspector.get(), name);
     }
-    QString text(const QString& name) {
-        auto* label = find<QLabel>(name);
-        return label ? label->text() : QStringLiteral("(none)");
-    }
+    QString text(const QString& name) { return find<QLabel>(name)->text(); }
+    // The headline (in bold) and the titles of the sections, as shown.
     QStringList titles() {
         QStringList t;
+        for (QLabel* label : inspector->findChildren<QLabel*>())
+            if (label->isVisibleTo(inspector.get()) && label->font().bold())
+                t << label->text();
         for (QGroupBox* box : inspector->findChildren<QGroupBox*>())
             if (box->isVisibleTo(inspector.get()) && !box->title().isEmpty())
                 t << box->title();
         return t;
     }
-    QString headline() {
-        for (QLabel* label : inspector->findChildren<QLabel*>())
-            if (label->isVisibleTo(inspector.get()) && label->font().bold())
-                return label->text();
-        return {};
-    }
     const ClipEdits& edits(const QString& name) {
-        for (const Clip& clip : views.project().clips())
-            if (clip.url.fileName() == name)
-                return clip.edits;
-        throw std::logic_error("no such clip");
+        const std::vector<Clip>& clips = views.project().clips();
+        return std::ranges::find_if(clips, [&](const Clip& c) { return c.url.fileName() == name; })
+            ->edits;
     }
 };
 
 TEST_F(InspectorTest, TrimSlidersKeepTheirRangesAndADragIsOneTrimStep) {
-    ClipEdits nearlyAll;
-    nearlyAll.trimEnd = 9.95;
-    show({{movie(views.files(), "beach.mp4")}, {movie(views.files(), "cut.mp4"), nearlyAll}});
+    show({{movie(views.files(), "beach.mp4")},
+          {movie(views.files(), "cut.mp4"), {.trimEnd = 9.95}}});
     select({"cut.mp4"});
-    auto* start = find<QSlider>("Start");
-    ASSERT_NE(start, nullptr);
-    QTest::keyClick(start, Qt::Key_End);
+    QTest::keyClick(find<QSlider>("Start"), Qt::Key_End);
     EXPECT_EQ(text("Start time"), QStringLiteral("0:00.1")) << "the start may still move 0.1 s";
     EXPECT_DOUBLE_EQ(edits("cut.mp4").trimStart, 0.1);
     EXPECT_EQ(text("End time"), QStringLiteral("0:00.1"));
-    settle();
 
     select({"beach.mp4"});
-    start = find<QSlider>("Start");
+    auto* start = find<QSlider>("Start");
     const int steps = views.undo().count();
     start->setSliderDown(true); // what pressing the handle does
     for (int ms = 500; ms <= 5000; ms += 500) {
@@ -98,8 +86,7 @@ TEST_F(InspectorTest, TrimSlidersKeepTheirRangesAndADragIsOneTrimStep) {
     EXPECT_DOUBLE_EQ(edits("beach.mp4").trimStart, 5);
 
     // The end cannot come within 0.1 s of the start.
-    auto* end = find<QSlider>("End");
-    QTest::keyClick(end, Qt::Key_Home);
+    QTest::keyClick(find<QSlider>("End"), Qt::Key_Home);
     EXPECT_EQ(text("End time"), QStringLiteral("0:05.1"));
     EXPECT_NEAR(edits("beach.mp4").trimEnd, 4.9, 1e-9);
     settle();
@@ -110,34 +97,23 @@ TEST_F(InspectorTest, TrimSlidersKeepTheirRangesAndADragIsOneTrimStep) {
 }
 
 TEST_F(InspectorTest, SectionsFollowTheSelectionAndEditEveryChosenClip) {
-    ClipEdits muted;
-    muted.muted = true;
-    show({{movie(views.files(), "a.mp4")},
-          {movie(views.files(), "b.mp4"), muted},
-          {picture(views.files(), "p.jpg")},
-          {views.files() + QStringLiteral("/gone.mp4")}});
-
+    const QString f = views.files();
+    show({{movie(f, "a.mp4")},
+          {movie(f, "b.mp4"), {.muted = true}},
+          {picture(f, "p.jpg")},
+          {f + QStringLiteral("/gone.mp4")}});
     select({"a.mp4"});
-    EXPECT_EQ(headline(), QStringLiteral("a.mp4"));
+    EXPECT_EQ(titles(), QStringList{"a.mp4"}) << "a lone section has no title";
     EXPECT_EQ(text("Details"), QStringLiteral("320 × 180 · 0:10 · 30 fps"));
-    EXPECT_TRUE(titles().isEmpty()) << "a lone section has no title";
-    EXPECT_NE(find<QSlider>("Start"), nullptr);
-
     select({"a.mp4", "p.jpg"});
-    EXPECT_EQ(headline(), QStringLiteral("2 Clips"));
-    EXPECT_EQ(titles(), (QStringList{"Videos", "Photos"}));
+    EXPECT_EQ(titles(), (QStringList{"2 Clips", "Videos", "Photos"}));
     EXPECT_NE(find<QSlider>("Start"), nullptr) << "one video among the clips";
-    EXPECT_NE(find<QToolButton>("Rotate Right"), nullptr);
-
     select({"gone.mp4"});
-    EXPECT_EQ(headline(), QStringLiteral("gone.mp4"));
-    EXPECT_EQ(find<QLabel>("Details"), nullptr);
-    EXPECT_EQ(find<QComboBox>("Speed"), nullptr);
+    EXPECT_EQ(find<QComboBox>("Speed"), nullptr) << "a missing file has nothing to edit";
 
     // Speed over two videos: the first one's value, one step for both.
     select({"a.mp4", "b.mp4"});
     auto* speed = find<QComboBox>("Speed");
-    ASSERT_NE(speed, nullptr);
     EXPECT_EQ(find<QSlider>("Start"), nullptr) << "trim is for one video";
     EXPECT_EQ(speed->currentText(), QStringLiteral("1×"));
     const int steps = views.undo().count();
@@ -149,73 +125,31 @@ TEST_F(InspectorTest, SectionsFollowTheSelectionAndEditEveryChosenClip) {
     EXPECT_EQ(views.undo().count(), steps + 1);
     EXPECT_EQ(views.undo().undoText(), QStringLiteral("Change Speed"));
 
-    // Mute shows a mixed state; a click mutes both as one step, another unmutes both.
+    // Mute shows a mixed state; a click mutes both as one step.
     auto* mute = find<QCheckBox>("Mute");
     EXPECT_EQ(mute->checkState(), Qt::PartiallyChecked);
     mute->click();
     settle();
     EXPECT_TRUE(edits("a.mp4").muted && edits("b.mp4").muted);
-    EXPECT_EQ(mute->checkState(), Qt::Checked);
     EXPECT_EQ(views.undo().count(), steps + 2);
-    EXPECT_EQ(views.undo().undoText(), QStringLiteral("Mute"));
-    mute->click();
-    settle();
-    EXPECT_FALSE(edits("a.mp4").muted || edits("b.mp4").muted);
-
-    find<QToolButton>("Rotate Left")->click();
-    settle();
-    EXPECT_EQ(edits("a.mp4").quarterTurns, 3);
-    EXPECT_EQ(views.undo().undoText(), QStringLiteral("Rotate"));
 }
 
-TEST_F(InspectorTest, TheMergedVideoCountsPlayableClipsAndChangesItsFrame) {
-    show({{movie(views.files(), "a.mp4")},
-          {picture(views.files(), "p.jpg")},
-          {views.files() + QStringLiteral("/gone.mp4")}});
-    EXPECT_EQ(titles(), (QStringList{"Merged Video"}));
-    EXPECT_EQ(text("Clips"), QStringLiteral("2")) << "the missing clip does not play";
-    EXPECT_EQ(text("Length"), QStringLiteral("0:13"));
-    EXPECT_EQ(text("Size"), QStringLiteral("400 × 226")) << "the photo's long edge, 16:9";
-
-    auto* shape = find<QComboBox>("Shape");
-    QStringList shapes;
-    for (int i = 0; i < shape->count(); ++i)
-        shapes << shape->itemText(i);
-    EXPECT_EQ(shapes, (QStringList{"Auto", "16:9", "9:16", "1:1", "4:5"}));
-    shape->setCurrentIndex(2);
-    emit shape->activated(2);
-    settle();
-    EXPECT_EQ(views.project().layout().shape, FrameShape::tall);
-    EXPECT_EQ(views.undo().undoText(), QStringLiteral("Change Shape"));
-    EXPECT_EQ(text("Size"), QStringLiteral("226 × 400"));
-
-    find<QPushButton>("Fill")->click();
-    settle();
-    EXPECT_EQ(views.project().layout().fill, FillMode::fill);
-    EXPECT_EQ(views.undo().undoText(), QStringLiteral("Change Fill"));
-    views.undo().undo();
-    EXPECT_TRUE(find<QPushButton>("Fit")->isChecked());
-}
-
+// The duration stepper climbs a ladder of round values, for every selected photo.
 TEST_F(InspectorTest, PhotoDurationStepsAlongTheLadder) {
     show({{picture(views.files(), "p.jpg")}, {picture(views.files(), "q.jpg")}});
     select({"p.jpg", "q.jpg"});
     auto* duration = find<QDoubleSpinBox>("Duration");
-    ASSERT_NE(duration, nullptr);
     EXPECT_EQ(duration->text(), QStringLiteral("3 s"));
     QTest::keyClick(duration, Qt::Key_Up);
     settle();
     EXPECT_EQ(duration->text(), QStringLiteral("3.5 s"));
-    EXPECT_EQ(edits("q.jpg").photoDuration, 3.5) << "every selected photo";
+    EXPECT_EQ(edits("q.jpg").photoDuration, 3.5);
     EXPECT_EQ(views.undo().undoText(), QStringLiteral("Change Duration"));
     QTest::keyClick(duration, Qt::Key_Down);
     QTest::keyClick(duration, Qt::Key_Down);
     EXPECT_EQ(edits("p.jpg").photoDuration, 2.5);
-
-    const std::tuple<double, double, double> ladder[] = {
-        {3, 3.5, 2.5}, {10, 15, 9}, {12, 15, 10}, {60, 60, 55}, {0.5, 1, 0.5}, {0.7, 1, 0.5},
-    };
-    for (const auto& [from, up, down] : ladder) {
+    for (const auto& [from, up, down] :
+         {std::tuple{10.0, 15.0, 9.0}, {12.0, 15.0, 10.0}, {60.0, 60.0, 55.0}, {0.7, 1.0, 0.5}}) {
         EXPECT_EQ(ui::InspectorView::stepDuration(1, from), up) << from;
         EXPECT_EQ(ui::InspectorView::stepDuration(-1, from), down) << from;
     }

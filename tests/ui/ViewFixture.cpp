@@ -11,8 +11,6 @@
 #include <QFile>
 #include <QLocale>
 
-#include <utility>
-
 namespace vimbo::test {
 namespace {
 
@@ -35,30 +33,24 @@ MediaAccess viewMedia() {
 
 void useEnglish() {
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    static bool installed = false;
-    if (!std::exchange(installed, true))
-        ui::installTranslations();
+    static const bool installed = (ui::installTranslations(), true);
+    (void)installed;
 }
 
 QString movie(const QString& folder, const QString& name, double seconds, bool withSound) {
     const QString key = QStringLiteral("view-movie-%1-%2.mp4").arg(seconds).arg(withSound);
-    QStringList args{QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                     QStringLiteral("testsrc2=s=320x180:r=30:d=%1").arg(seconds)};
-    if (withSound)
-        args << QStringLiteral("-f") << QStringLiteral("lavfi") << QStringLiteral("-i")
-             << QStringLiteral("sine=f=440:d=%1").arg(seconds) << QStringLiteral("-c:a")
-             << QStringLiteral("aac");
-    args << QStringLiteral("-c:v") << QStringLiteral("libx264") << QStringLiteral("-preset")
-         << QStringLiteral("ultrafast") << QStringLiteral("-g") << QStringLiteral("30")
-         << QStringLiteral("-pix_fmt") << QStringLiteral("yuv420p");
-    return copied(generated(key, args), folder, name);
+    const QString sound = QStringLiteral(" -f lavfi -i sine=f=440:d=%1 -c:a aac").arg(seconds);
+    const QString args = QStringLiteral("-f lavfi -i testsrc2=s=320x180:r=30:d=%1%2 -c:v libx264 "
+                                        "-preset ultrafast -g 30 -pix_fmt yuv420p")
+                             .arg(seconds)
+                             .arg(withSound ? sound : QString());
+    return copied(generated(key, args.split(u' ')), folder, name);
 }
 
 QString picture(const QString& folder, const QString& name) {
-    const QString made = generated(QStringLiteral("view-picture.jpg"),
-                                   {QStringLiteral("-f"), QStringLiteral("lavfi"),
-                                    QStringLiteral("-i"), QStringLiteral("testsrc=s=400x300"),
-                                    QStringLiteral("-frames:v"), QStringLiteral("1")});
+    const QString made =
+        generated(QStringLiteral("view-picture.jpg"),
+                  QStringLiteral("-f lavfi -i testsrc=s=400x300 -frames:v 1").split(u' '));
     return copied(made, folder, name);
 }
 
@@ -67,8 +59,6 @@ Views::Views()
     , files_(root_ + QStringLiteral("/files")) {
     open({});
 }
-
-Views::~Views() = default;
 
 void Views::open(const std::vector<ClipSpec>& clips) {
     Saved saved;

@@ -1,8 +1,7 @@
 #pragma once
 
 // What the view tests and the screenshot program share: a real project restored with chosen
-// clips (real files, real probing and thumbnails, a real undo stack), an export controller,
-// and finding controls the way a person or a screen reader does, by their accessible names.
+// clips, an export controller, and finding controls by their accessible names.
 
 #include "export/ExportController.h"
 #include "model/MediaAccess.h"
@@ -14,7 +13,6 @@
 #include <QWidget>
 
 #include <memory>
-#include <ostream>
 #include <vector>
 
 namespace vimbo::test {
@@ -40,15 +38,12 @@ QString picture(const QString& folder, const QString& name);
 class Views {
 public:
     Views();
-    ~Views();
 
     QString files() const { return files_; }
-    // Starts the project over as if restored with these clips and hands it an empty undo
-    // stack. Reading the clips starts in the background; until events are processed none is
-    // probed yet.
+    // Starts the project over as if restored with these clips, with an empty undo stack; none
+    // is probed until events are processed.
     void open(const std::vector<ClipSpec>& clips);
-    // Lets background reading land until every clip is probed and every usable one has its
-    // thumbnail.
+    // Waits until every clip is probed and every usable one has its thumbnail.
     bool read();
     QUuid id(const QString& fileName) const;
     std::vector<QString> order() const;

@@ -1,8 +1,6 @@
-// The window's and the views' tests run inside a real QApplication (widgets need one) on the
-// offscreen platform, in English with the interface's translations as the program loads them,
-// keeping their settings in a scratch folder.
+// Widgets need a QApplication: the window's and the views' tests run inside one, offscreen, in
+// English with the interface's translations, keeping their settings in a folder of this run.
 #include "media/ff/Log.h"
-#include "tests/support/Media.h"
 #include "tests/ui/ViewFixture.h"
 
 #include <QApplication>
@@ -13,11 +11,9 @@
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    // Each test closes its window; the program's quitting is tested on the real program.
-    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setQuitOnLastWindowClosed(false); // each test closes its window
     vimbo::ff::quietLibraryLog();
     vimbo::test::useEnglish();
-    // The views' settings go to a folder of this run, never the user's.
     QCoreApplication::setOrganizationName(QStringLiteral("Vimbo"));
     QCoreApplication::setApplicationName(QStringLiteral("Vimbo"));
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, vimbo::test::scratchFolder());

@@ -1,197 +1,228 @@
-#include "export/ExportController.h"
+// The window as the program starts it: its title, what it shows for the project and the
+// export, files dropped on it or handed to it before it is up, and saving when it closes.
 #include "preview/Preview.h"
+#include "preview/view/PlayerView.h"
 #include "tests/ui/WindowFixture.h"
+#include "ui/DropOverlay.h"
 #include "ui/EditorView.h"
 #include "ui/EmptyState.h"
 #include "ui/ExportBar.h"
 #include "ui/ExportSheet.h"
 #include "ui/InspectorColumn.h"
 #include "ui/PhotoPicker.h"
-#include "ui/WindowToolbar.h"
 
 #include <QAbstractButton>
-#include <QAbstractItemView>
-#include <QAbstractSlider>
-#include <QAbstractSpinBox>
-#include <QAccessible>
-#include <QComboBox>
-#include <QLineEdit>
+#include <QClipboard>
+#include <QMenu>
+#include <QMimeData>
+#include <QPointer>
 
 namespace vimbo::test {
 namespace {
 
-TEST_F(WindowTest, TitleCountsTheClipsAndTellsTheLength) {
-    savePhotos({5});
-    start();
-    ASSERT_TRUE(waitUntil([this] { return probed(); }));
-    EXPECT_EQ(ui::MainWindow::subtitle(project()), QStringLiteral("1 Clip · 0:05"));
-    EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo — 1 Clip · 0:05"));
+using Kind = ExportController::State::Kind;
 
-    shell.reset();
-    savePhotos({1241, 1241, 1241});
+TEST_F(WindowTest, EmptyWindowInvitesFilesAndTheTitleCountsEveryClip) {
     start();
-    ASSERT_TRUE(waitUntil([this] { return probed(); }));
-    EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo — 3 Clips · 1:02:03"));
+    auto* empty = window().findChild<ui::EmptyState*>();
+    EXPECT_TRUE(empty->isVisible());
+    EXPECT_EQ(empty->findChildren<QAbstractButton*>().value(1)->text(), "Add from Photos…");
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo"));
+
+    add({photo("a.jpg")});
+    EXPECT_FALSE(empty->isVisible());
+    EXPECT_TRUE(window().findChild<ui::EditorView*>()->isVisible());
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo — 1 Clip · 0:03"));
+    add({photo("b.jpg"), photo("c.jpg"), broken("broken.jpg")});
+    project().selectAll();
+    project().edit("Change Duration", std::nullopt,
+                   [](ClipEdits& e, const MediaInfo&) { e.photoDuration = 1241; });
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo — 4 Clips · 1:02:03"))
+        << "the broken clip counts but does not play";
 
     project().startOver();
     EXPECT_EQ(window().windowTitle(), QStringLiteral("Vimbo"));
-    EXPECT_EQ(ui::MainWindow::subtitle(project()), QString());
-}
-
-TEST_F(WindowTest, EmptyProjectInvitesFilesAndTheEditorTakesOverWithTheFirstClip) {
-    start();
-    auto* empty = window().findChild<ui::EmptyState*>();
-    auto* editor = window().findChild<ui::EditorView*>();
-    EXPECT_TRUE(empty->isVisible());
-    EXPECT_FALSE(editor->isVisible());
-    QStringList buttons;
-    for (auto* button : empty->findChildren<QAbstractButton*>())
-        buttons << button->text();
-    EXPECT_EQ(buttons, (QStringList{"Add…", "Add from Photos…"}));
-
-    add({photo("first.jpg")});
-    EXPECT_FALSE(empty->isVisible());
-    EXPECT_TRUE(editor->isVisible());
-    const QSize smallest = window().centralWidget()->minimumSize();
-    EXPECT_EQ(smallest, QSize(760, 520));
 }
 
 TEST_F(WindowTest, InspectorColumnFollowsTheWishAndNeedsClips) {
     start();
     auto* column = window().findChild<ui::InspectorColumn*>();
-    const auto shown = [column] { return column->isVisible(); };
-    EXPECT_TRUE(window().inspectorWished());
+    // The tool bar's switch is on exactly while the column shows.
+    const auto shown = [&] {
+        EXPECT_EQ(toolbar().inspectorButton()->isChecked(), column->isVisible());
+        return column->isVisible();
+    };
     EXPECT_FALSE(shown()) << "an empty project has no column";
-
     add({photo("a.jpg")});
     EXPECT_TRUE(shown());
-    EXPECT_EQ(column->minimumWidth(), 250);
-    EXPECT_EQ(column->maximumWidth(), 380);
-    EXPECT_EQ(column->width(), 280);
 
-    // Its own close control.
-    QAbstractButton* close = nullptr;
-    for (auto* button : column->findChildren<QAbstractButton*>())
-        if (button->accessibleName() == QStringLiteral("Hide Inspector"))
-            close = button;
-    ASSERT_NE(close, nullptr);
-    close->click();
+    control<QAbstractButton>(column, "Hide Inspector")->click();
     EXPECT_FALSE(shown());
-    EXPECT_FALSE(window().inspectorWished());
     EXPECT_EQ(action("inspector")->text(), QStringLiteral("Show Inspector"));
-
-    // The clip list never changes the wish.
     project().startOver();
     add({photo("b.jpg")});
-    EXPECT_FALSE(shown());
-
-    action("inspector")->trigger();
+    EXPECT_FALSE(shown()) << "new clips do not change the wish";
+    QTest::mouseClick(toolbar().inspectorButton(), Qt::LeftButton);
     EXPECT_TRUE(shown());
-    EXPECT_EQ(column->width(), 280);
-    emit window().findChild<ui::WindowToolbar*>()->inspectorToggled();
-    EXPECT_FALSE(shown());
-    emit window().findChild<ui::WindowToolbar*>()->inspectorToggled();
     project().startOver();
     EXPECT_FALSE(shown());
-    EXPECT_TRUE(window().inspectorWished());
     EXPECT_FALSE(action("inspector")->isEnabled());
     QTest::keyClick(&window(), Qt::Key_Z, Qt::ControlModifier);
     EXPECT_TRUE(shown()) << "the column comes back with the clips";
+    action("inspector")->trigger();
+    EXPECT_FALSE(shown());
 }
 
-TEST_F(WindowTest, ExportBarShowsWhileTheExportIsNotIdle) {
+TEST_F(WindowTest, ExportBarShowsTheExportUntilItsOutcomeIsClosed) {
     start();
-    add({movie()});
+    add({video()});
     auto* editor = window().findChild<ui::EditorView*>();
     auto* bar = window().findChild<ui::ExportBar*>();
     ExportController& exporter = shell->exporter();
-    const auto barShown = [&] { return editor->exportBarShown() && bar->isVisible(); };
-    EXPECT_FALSE(barShown());
+    const auto shown = [&] { return editor->exportBarShown() && bar->isVisible(); };
+    const auto visible = [&](const QString& name) { return control(bar, name) != nullptr; };
+    const auto exportTo = [&](const QString& path) {
+        exporter.start({project().usable().front().second}, project().layout(), ExportFormat::mp4,
+                       ExportQuality::high, QUrl::fromLocalFile(path));
+    };
+    EXPECT_FALSE(shown());
+    const QString out = root + "/A rather long name for a movie.mp4";
+    exportTo(out);
+    EXPECT_TRUE(shown() && visible("Export progress"));
+    ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == Kind::done; }));
+    EXPECT_FALSE(visible("Export progress"));
+    EXPECT_TRUE(visible("Done") && visible("Show in Folder") && visible("Share…"));
+    EXPECT_TRUE(visible("A rather long name for a movie.mp4"));
+    for (QAction* action : control<QToolButton>(bar, "Share…")->menu()->actions())
+        if (action->text() == QStringLiteral("Copy"))
+            action->trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->mimeData()->urls(),
+              QList<QUrl>{QUrl::fromLocalFile(out)});
+    control<QToolButton>(bar, "Close")->click();
+    EXPECT_EQ(exporter.state().kind, Kind::idle);
+    EXPECT_FALSE(shown());
 
-    std::vector<Segment> segments;
-    for (const auto& [id, segment] : project().usable())
-        segments.push_back(segment);
-    exporter.start(segments, project().layout(), ExportFormat::mp4, ExportQuality::original,
-                   QUrl::fromLocalFile(root + "/out.mp4"));
-    EXPECT_TRUE(barShown()) << "running";
-    ASSERT_TRUE(
-        waitUntil([&] { return exporter.state().kind != ExportController::State::Kind::running; }));
-    EXPECT_EQ(exporter.state().kind, ExportController::State::Kind::done);
-    EXPECT_TRUE(barShown()) << "done";
-    exporter.close();
-    EXPECT_FALSE(barShown()) << "idle again";
-
-    exporter.start(segments, project().layout(), ExportFormat::mp4, ExportQuality::original,
-                   QUrl::fromLocalFile(root + "/no/such/folder/out.mp4"));
-    ASSERT_TRUE(
-        waitUntil([&] { return exporter.state().kind == ExportController::State::Kind::failed; }));
-    EXPECT_TRUE(barShown()) << "failed";
+    exportTo(root + "/no/such/folder/out.mp4");
+    ASSERT_TRUE(waitUntil([&] { return exporter.state().kind == Kind::failed; }));
+    EXPECT_TRUE(shown() && visible("Failed") && visible(exporter.state().message));
+    EXPECT_FALSE(visible("Show in Folder"));
+    control<QToolButton>(bar, "Close")->click();
+    EXPECT_FALSE(shown()) << "closing a failure goes back to idle";
 }
 
 TEST_F(WindowTest, PreviewFollowsTheProjectAfterAPause) {
     start();
-    EXPECT_EQ(project().undoManager(), &window().undoStack());
     add({photo("a.jpg"), photo("b.jpg")});
-    const auto previewed = [this] {
-        QSet<QUuid> ids;
-        for (const QUuid& id : window().preview().starts().keys())
-            ids.insert(id);
-        return ids;
-    };
-    const QSet<QUuid> both{project().clips()[0].id, project().clips()[1].id};
-    ASSERT_TRUE(waitUntil([&] { return previewed() == both; }, 20000));
+    const auto previewed = [this] { return window().preview().starts().size(); };
+    ASSERT_TRUE(waitUntil([&] { return previewed() == 2; }, 20000));
     project().remove({project().clips()[0].id});
-    ASSERT_TRUE(waitUntil([&] { return previewed().size() == 1; }, 20000));
+    ASSERT_TRUE(waitUntil([&] { return previewed() == 1; }, 20000));
+    EXPECT_TRUE(window().preview().starts().contains(project().clips()[0].id));
     project().startOver();
-    ASSERT_TRUE(waitUntil([&] { return previewed().isEmpty(); }, 20000));
+    ASSERT_TRUE(waitUntil([&] { return previewed() == 0; }, 20000));
 }
 
 TEST_F(WindowTest, ExportSheetAndPhotoPickerOpenOverTheWindowAndCloseBackToIt) {
     start();
-    add({movie()});
+    add({video()});
     action("export")->trigger();
-    ASSERT_TRUE(waitUntil([this] {
-        auto* sheet = window().findChild<ui::ExportSheet*>();
-        return sheet && sheet->isVisible();
-    }));
-    auto* sheet = window().findChild<ui::ExportSheet*>();
-    EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
-    sheet->reject();
+    ASSERT_TRUE(waitUntil([this] { return openWindow<ui::ExportSheet>() != nullptr; }));
+    EXPECT_EQ(openWindow<ui::ExportSheet>()->windowModality(), Qt::WindowModal);
+    openWindow<ui::ExportSheet>()->reject();
     EXPECT_FALSE(project().showExport());
-    ASSERT_TRUE(waitUntil([this] { return !window().findChild<ui::ExportSheet*>(); }));
 
     action("addFromPhotos")->trigger();
-    ASSERT_TRUE(waitUntil([this] {
-        auto* picker = window().findChild<ui::PhotoPicker*>();
-        return picker && picker->isVisible();
-    }));
-    window().findChild<ui::PhotoPicker*>()->reject();
+    ASSERT_TRUE(waitUntil([this] { return openWindow<ui::PhotoPicker>() != nullptr; }));
+    QPointer<ui::PhotoPicker> picker = openWindow<ui::PhotoPicker>();
+    picker->reject();
     EXPECT_FALSE(project().showPhotosPicker());
+    ASSERT_TRUE(waitUntil([&] { return picker.isNull(); })) << "a closed picker goes";
     project().setShowPhotosPicker(true);
-    ASSERT_TRUE(waitUntil([this] { return window().findChild<ui::PhotoPicker*>() != nullptr; }))
+    ASSERT_TRUE(waitUntil([this] { return openWindow<ui::PhotoPicker>() != nullptr; }))
         << "asking again opens it again";
 }
 
-// Every control a screen reader can land on says what it is, empty and with clips.
-TEST_F(WindowTest, EveryControlHasAnAccessibleName) {
+// Drags `data` from a file manager over `target`, checks `whileOver` there, then drops it (or
+// leaves, when not `drop`). True when the drag was taken.
+bool drag(
+    QWidget* target, const QMimeData& data, bool drop,
+    const std::function<void()>& whileOver = [] {}) {
+    const QPoint at = target->rect().center();
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &enter);
+    whileOver();
+    if (!drop) {
+        QDragLeaveEvent leave;
+        QApplication::sendEvent(target, &leave);
+        return enter.isAccepted();
+    }
+    QDropEvent event(QPointF(at), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(target, &event);
+    return enter.isAccepted() && event.isAccepted();
+}
+
+TEST_F(WindowTest, DroppedFilesAreAddedInOneStepInTheirOrderAndTextAloneIsRefused) {
     start();
-    const auto check = [this] {
-        for (QWidget* widget : window().findChildren<QWidget*>()) {
-            const bool control =
-                qobject_cast<QAbstractButton*>(widget) || qobject_cast<QAbstractSlider*>(widget) ||
-                qobject_cast<QComboBox*>(widget) || qobject_cast<QLineEdit*>(widget) ||
-                qobject_cast<QAbstractSpinBox*>(widget) || qobject_cast<QAbstractItemView*>(widget);
-            if (!control || !widget->isVisible())
-                continue;
-            QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
-            ASSERT_NE(accessible, nullptr);
-            EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
-                << widget->metaObject()->className() << " " << widget->objectName().toStdString();
-        }
-    };
-    check();
-    add({movie(), photo("p.jpg")});
-    check();
+    auto* overlay = window().findChild<ui::DropOverlay*>();
+    QWidget* empty = window().findChild<ui::EmptyState*>();
+    const auto hidden = [&] { EXPECT_FALSE(overlay->isVisible()); };
+    QMimeData text, two, more;
+    text.setText(QStringLiteral("just words"));
+    EXPECT_FALSE(drag(empty, text, true, hidden));
+    QTest::qWait(50);
+    EXPECT_TRUE(project().clips().empty());
+
+    two.setUrls({photo("b.jpg"), photo("a.jpg")});
+    two.setText(QStringLiteral("some text"));
+    EXPECT_TRUE(drag(empty, two, false, [&] { EXPECT_TRUE(overlay->isVisible()); }));
+    EXPECT_FALSE(overlay->isVisible()) << "gone when the drag leaves";
+    EXPECT_TRUE(drag(empty, two, true));
+    EXPECT_FALSE(overlay->isVisible());
+    ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 2; }));
+    EXPECT_EQ(names(), (std::vector<QString>{"b.jpg", "a.jpg"}));
+    EXPECT_EQ(window().undoStack().count(), 1);
+    more.setUrls({photo("c.jpg")});
+    EXPECT_TRUE(drag(window().findChild<PlayerView*>(), more, true)) << "over the editor too";
+    ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 3; }));
+}
+
+TEST_F(WindowTest, FilesOpenedBeforeTheWindowAreAddedOnceInOrderWhenItShows) {
+    start(false);
+    shell->open({photo(QStringLiteral("b-first.jpg"))});
+    shell->open({photo(QStringLiteral("a-second.jpg"))});
+    QTest::qWait(50);
+    EXPECT_TRUE(project().clips().empty()) << "nothing is added before the window is up";
+    shell->show();
+    ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 2; }));
+    QTest::qWait(100);
+    EXPECT_EQ(names(), (std::vector<QString>{"b-first.jpg", "a-second.jpg"}));
+    EXPECT_EQ(window().undoStack().count(), 1) << "one Add Clips step";
+    shell->open({photo(QStringLiteral("c-later.jpg"))});
+    ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 3; }));
+}
+
+// Quitting writes the project at once, without waiting for the autosave.
+TEST_F(WindowTest, QuitAndClosingTheWindowSaveAtOnceAndTheNextStartFindsTheProject) {
+    for (const bool byMenu : {true, false}) {
+        SCOPED_TRACE(byMenu ? "File > Quit" : "closing the window");
+        QFile::remove(store.sessionFile());
+        start();
+        add({photo(QStringLiteral("kept.jpg"))});
+        project().rotateSelection(1);
+        if (byMenu)
+            action("quit")->trigger();
+        else
+            window().close();
+        const auto saved = store.load();
+        ASSERT_TRUE(saved.has_value()) << "written as the window closed";
+        ASSERT_EQ(saved->clips.size(), 1u);
+        EXPECT_EQ(saved->clips[0].edits.quarterTurns, 1);
+        shell.reset();
+        start();
+        EXPECT_EQ(names(), std::vector<QString>{"kept.jpg"});
+        project().startOver();
+        shell.reset();
+    }
 }
 
 } // namespace
