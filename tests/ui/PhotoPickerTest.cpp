@@ -6,6 +6,8 @@
 #include "tests/ui/ViewFixture.h"
 #include "ui/PhotoGridModel.h"
 
+#include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QListView>
 #include <QPointer>
@@ -84,6 +86,23 @@ TEST_F(PhotoPickerTest, PickedItemsAreImportedOldestFirstInOneStep) {
     }
     EXPECT_EQ(views.undo().count(), 1);
     EXPECT_EQ(views.undo().undoText(), "Add Clips");
+}
+
+TEST_F(PhotoPickerTest, ACameraConnectedWhileOpenJoinsThePlacesWithoutChangingTheOneShown) {
+    QDir().mkpath(pictures);
+    QPointer<PhotoPicker> picker = open();
+    EXPECT_TRUE(picker->showsNote()) << "an empty Pictures folder is a note, not an error";
+    EXPECT_EQ(picker->placeBox()->count(), 1);
+
+    place(mounts + "/CANON_EOS/DCIM/100CANON", "IMG_0001.jpg", 2);
+    ASSERT_TRUE(waitUntil([&] { return picker->placeBox()->count() == 2; }, 10000));
+    EXPECT_EQ(picker->placeBox()->currentIndex(), 0);
+    EXPECT_TRUE(picker->showsNote());
+    picker->placeBox()->setCurrentIndex(1);
+    emit picker->placeBox()->activated(1);
+    ASSERT_TRUE(waitUntil([&] { return picker->isListed() && !picker->showsNote(); }));
+    EXPECT_EQ(picker->grid()->model()->rowCount(), 1);
+    picker->close();
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 
 #include <QAbstractButton>
 #include <QClipboard>
+#include <QDir>
 #include <QMenu>
 #include <QMimeData>
 #include <QPointer>
@@ -181,9 +182,19 @@ TEST_F(WindowTest, DroppedFilesAreAddedInOneStepInTheirOrderAndTextAloneIsRefuse
     ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 2; }));
     EXPECT_EQ(names(), (std::vector<QString>{"b.jpg", "a.jpg"}));
     EXPECT_EQ(window().undoStack().count(), 1);
+    // Over the editor too; a folder is read in the background, yet a file dropped while it is
+    // read still lands after the folder's photos.
+    QMimeData folder;
+    QDir().mkpath(root + "/files/trip/day 2");
+    photo("trip/z.jpg");
+    photo("trip/day 2/m.jpg");
+    folder.setUrls({QUrl::fromLocalFile(root + "/files/trip")});
     more.setUrls({photo("c.jpg")});
-    EXPECT_TRUE(drag(window().findChild<PlayerView*>(), more, true)) << "over the editor too";
-    ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 3; }));
+    QWidget* player = window().findChild<PlayerView*>();
+    EXPECT_TRUE(drag(player, folder, true));
+    EXPECT_TRUE(drag(player, more, true));
+    ASSERT_TRUE(waitUntil([this] { return project().clips().size() == 5; }));
+    EXPECT_EQ(names(), (std::vector<QString>{"b.jpg", "a.jpg", "m.jpg", "z.jpg", "c.jpg"}));
 }
 
 TEST_F(WindowTest, FilesOpenedBeforeTheWindowAreAddedOnceInOrderWhenItShows) {
