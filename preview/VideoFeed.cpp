@@ -4,7 +4,6 @@
 #include "timeline/VideoRenderer.h"
 
 #include <algorithm>
-#include <chrono>
 #include <limits>
 
 namespace vimbo {
@@ -92,11 +91,8 @@ bool VideoFeed::isLate(const VideoRenderer& renderer, const Job& job) const {
     const std::int64_t clock = clockMicroseconds_;
     if (!job.running || clock < 0 || job.index + 1 >= renderer.frameCount())
         return false;
-    // A frame that would only be ready after its time has passed, at the pace frames are made
-    // now, is skipped too: when decoding falls behind, the next frame made is one that can
-    // still be shown, instead of one more that arrives late.
     const MediaTime end = renderer.timeOf(job.index + 1);
-    return scaled(end.value, 1'000'000, end.timescale, Rounding::down) <= clock + makeMicroseconds_;
+    return scaled(end.value, 1'000'000, end.timescale, Rounding::down) <= clock;
 }
 
 // Swaps in the renderer of the next timeline, with the old one's decoders; the old one is
@@ -179,14 +175,8 @@ void VideoFeed::run() {
         lock.unlock();
         ff::FramePtr frame;
         bool late = isLate(*renderer, job);
-        if (!late) {
-            const auto began = std::chrono::steady_clock::now();
+        if (!late)
             frame = make(*renderer, job.index);
-            const auto took = std::chrono::duration_cast<std::chrono::microseconds>(
-                std::chrono::steady_clock::now() - began);
-            // A running average, so that one slow frame (a photo, a key frame) moves it little.
-            makeMicroseconds_ = (3 * makeMicroseconds_ + took.count()) / 4;
-        }
         lock.lock();
         if (job.epoch != epoch_ || replacing_ || next_ != job.index)
             continue; // a seek or a new item arrived meanwhile: this frame is stale

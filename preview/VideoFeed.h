@@ -2,8 +2,7 @@
 
 // The preview's decoding thread: runs a VideoRenderer over the current timeline from a target
 // frame onwards into a short queue, a few frames ahead of the player's clock, and skips frames
-// whose time has passed, or will have passed by the time they are made at the pace of late. The
-// player drains the queue on the interface thread.
+// whose time has already passed. The player drains the queue on the interface thread.
 //
 // Threads: one worker thread, started by the constructor and joined by the destructor. Every
 // public function is called on the interface thread (the player's); `ready` is called on the
@@ -113,7 +112,6 @@ private:
     std::deque<Frame> queue_;
 
     std::atomic<std::int64_t> clockMicroseconds_{-1}; // -1: no clock running
-    std::int64_t makeMicroseconds_ = 0; // worker-only: how long a frame takes to make, lately
     std::atomic<std::int64_t> skipped_{0};
 
     // Worker-only: the timeline rendered, the last good frame and the clip it belongs to.
