@@ -242,9 +242,10 @@ void seeks(const Media& m, int count) {
             if (i < 12)
                 theirs.push_back(ffmpegSeek(file, t));
         }
-        // The renderer alone, the same seeks: what the player adds is the difference.
+        // The preview's renderer alone, seeks to random times too: what the player adds is
+        // the difference.
         std::vector<double> bare;
-        VideoRenderer renderer(timeline);
+        VideoRenderer renderer(timeline, nullptr, VideoRenderer::Use::preview);
         renderer.render(0);
         std::mt19937 again(7);
         for (int i = 0; i < count; ++i) {

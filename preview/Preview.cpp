@@ -4,7 +4,22 @@
 
 #include <QMetaObject>
 
+#include <utility>
+
 namespace vimbo {
+namespace {
+
+// The key's timeline at the preview's size, or null when it cannot be built. Worker threads.
+std::shared_ptr<const Timeline> built(const Preview::Key& key) {
+    try {
+        return std::make_shared<const Timeline>(
+            Timeline::build(key.segments, key.layout, Preview::maxLongEdge, false));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+} // namespace
 
 Preview::Key Preview::keyOf(const Project& project) {
     Key key;
@@ -37,18 +52,50 @@ void Preview::update(const Key& key) {
         setStarts({});
         return;
     }
+    // An early build serves one update at most: the files may change afterwards.
+    const std::optional<Key> readyKey = std::exchange(preparedKey_, std::nullopt);
+    std::shared_ptr<const Timeline> ready = std::move(preparedTimeline_);
+    if (readyKey && *readyKey == key) {
+        install(ticket, key, std::move(ready));
+        return;
+    }
+    if (preparing_ && *preparing_ == key) {
+        awaiting_ = ticket; // it lands soon: building it again would only come later
+        return;
+    }
     builds_.start([this, ticket, key] {
-        std::shared_ptr<const Timeline> timeline;
-        try {
-            timeline = std::make_shared<const Timeline>(
-                Timeline::build(key.segments, key.layout, maxLongEdge, false));
-        } catch (const std::exception&) {
+        const std::shared_ptr<const Timeline> timeline = built(key);
+        if (!timeline)
             return; // a failed build is silent: the player keeps what it has
-        }
         QMetaObject::invokeMethod(
             this, [this, ticket, key, timeline] { install(ticket, key, timeline); },
             Qt::QueuedConnection);
     });
+}
+
+void Preview::prepare(const Key& key) {
+    if (key.segments.empty() || preparing_ || (preparedKey_ && *preparedKey_ == key))
+        return;
+    preparing_ = key;
+    builds_.start([this, key] {
+        const std::shared_ptr<const Timeline> timeline = built(key);
+        QMetaObject::invokeMethod(
+            this, [this, key, timeline] { prepared(key, timeline); }, Qt::QueuedConnection);
+    });
+}
+
+void Preview::prepared(const Key& key, std::shared_ptr<const Timeline> timeline) {
+    preparing_.reset();
+    const bool awaited = awaiting_ != 0 && awaiting_ == ticket_;
+    awaiting_ = 0;
+    if (!timeline)
+        return; // a failed build is silent: the player keeps what it has
+    if (awaited) {
+        install(ticket_, key, std::move(timeline));
+        return;
+    }
+    preparedKey_ = key;
+    preparedTimeline_ = std::move(timeline);
 }
 
 void Preview::install(std::uint64_t ticket, const Key& key,

@@ -7,6 +7,11 @@
 // Lives on the interface thread and is used only there. A build runs on a worker thread (it
 // opens files) and comes back as a queued call; a build overtaken by a newer update() or by
 // cancelUpdates() is dropped when it lands. Destroying the Preview waits for a build under way.
+//
+// A build can start early: prepare() builds a key without installing it, so that the update()
+// of the same key that follows (after the rebuild trigger's pause) installs it at once instead
+// of opening every file only then. One such build runs at a time; a key that differs by the
+// time of the update is built anew.
 
 #include "model/Layout.h"
 #include "model/Segment.h"
@@ -18,6 +23,7 @@
 #include <QUuid>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace vimbo {
@@ -52,6 +58,9 @@ public:
     // the background at a long edge of at most 1280, swapped in at the same position (or the new
     // end, if that is earlier) and in the same play state. A failed build changes nothing.
     void update(const Key& key);
+    // Builds `key` in the background for an update() of the same key to come; nothing shows
+    // until then. Does nothing while another early build runs, or when `key` is built already.
+    void prepare(const Key& key);
     // Drops the result of every build under way (a newer key is coming).
     void cancelUpdates();
     // Seeks to just inside the clip's start; an id without a start does nothing.
@@ -67,12 +76,19 @@ signals:
 
 private:
     void install(std::uint64_t ticket, const Key& key, std::shared_ptr<const Timeline> timeline);
+    void prepared(const Key& key, std::shared_ptr<const Timeline> timeline);
     void setStarts(QHash<QUuid, double> starts);
 
     Player player_;
     QHash<QUuid, double> starts_;
     std::uint64_t ticket_ = 0; // of the latest update; earlier builds are dropped
-    QThreadPool builds_;       // declared last: waited for first when the preview goes
+    // The early build: the key under way, the latest one done, and the ticket of an update
+    // that waits for the one under way (0: none).
+    std::optional<Key> preparing_;
+    std::optional<Key> preparedKey_;
+    std::shared_ptr<const Timeline> preparedTimeline_;
+    std::uint64_t awaiting_ = 0;
+    QThreadPool builds_; // declared last: waited for first when the preview goes
 };
 
 } // namespace vimbo

@@ -19,6 +19,9 @@ void RebuildTrigger::keyMayHaveChanged() {
         return; // the rebuild under way (or done) is for this very key
     seen_ = std::move(key);
     preview_.cancelUpdates();
+    // Built during the pause, so that the rebuild after it finds the timeline ready when the
+    // key has stayed the same.
+    preview_.prepare(*seen_);
     debounce_.start();
 }
 

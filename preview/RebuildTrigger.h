@@ -4,7 +4,9 @@
 // can change the preview key, and once when its content is first shown. A key that differs from
 // the last one seen (the first call always counts) cancels the rebuild under way and starts a
 // new one, which waits 0.2 s and then updates the preview with the key read at that moment; so a
-// burst of changes (a slider drag, files arriving) makes one rebuild. Interface thread only.
+// burst of changes (a slider drag, files arriving) makes one rebuild. The key is built early,
+// during the pause (Preview::prepare), so when it has not changed by then the new item is ready
+// at once. Interface thread only.
 
 #include "preview/Preview.h"
 

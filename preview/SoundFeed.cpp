@@ -41,7 +41,7 @@ void SoundFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
         cancel_ = std::make_shared<CancelFlag>();
         nextTimeline_ = std::move(timeline);
         replacing_ = true;
-        seeking_ = false;
+        seeking_ = placed_ = false;
         ++epoch_;
         head_ = size_ = 0;
     }
@@ -51,7 +51,7 @@ void SoundFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
 void SoundFeed::seek(const MediaTime& t) {
     {
         std::lock_guard lock(mutex_);
-        seeking_ = true;
+        seeking_ = placed_ = true;
         seekTo_ = t;
         ++epoch_;
         head_ = size_ = 0;
@@ -83,7 +83,7 @@ std::size_t SoundFeed::buffered() const {
 }
 
 bool SoundFeed::hasWork() const {
-    return hasRenderer_ && (seeking_ || capacity - size_ >= blockFrames);
+    return hasRenderer_ && placed_ && (seeking_ || capacity - size_ >= blockFrames);
 }
 
 void SoundFeed::push(const std::int16_t* block, int frames) {

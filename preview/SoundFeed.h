@@ -47,7 +47,9 @@ public:
     SoundFeed(const SoundFeed&) = delete;
     SoundFeed& operator=(const SoundFeed&) = delete;
 
-    // Renders this timeline's sound from its start (null: silence).
+    // Takes this timeline (null: silence); its sound is rendered from the next seek() on. Until
+    // then nothing is rendered: the player places every new item at once, and sound made from
+    // the start meanwhile would only take the processor from the new item's first picture.
     void setTimeline(std::shared_ptr<const Timeline> timeline);
     // Drops what is buffered; sound continues from time t.
     void seek(const MediaTime& t);
@@ -76,6 +78,7 @@ private:
     bool stopping_ = false;
     bool replacing_ = false;
     bool seeking_ = false;
+    bool placed_ = false; // a seek came since the timeline did: there is a place to render from
     MediaTime seekTo_;
     std::uint64_t epoch_ = 0; // raised by every seek and item change
     std::shared_ptr<const Timeline> nextTimeline_;

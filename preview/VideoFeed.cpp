@@ -107,7 +107,8 @@ void VideoFeed::adopt(std::unique_lock<std::mutex>& lock,
     timeline_ = timeline;
     std::unique_ptr<VideoRenderer> fresh;
     if (timeline) {
-        fresh = std::make_unique<VideoRenderer>(std::move(timeline), std::move(cancel));
+        fresh = std::make_unique<VideoRenderer>(std::move(timeline), std::move(cancel),
+                                                VideoRenderer::Use::preview);
         if (renderer)
             fresh->takeSources(*renderer);
     }

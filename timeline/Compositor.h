@@ -21,6 +21,9 @@ namespace vimbo {
 
 class Compositor {
 public:
+    explicit Compositor(FramePainter::Scaling scaling = FramePainter::Scaling::quality)
+        : painter_(scaling) {}
+
     // The ticket to hand to render(); raised by every cancelAll().
     std::int64_t generation() const { return generation_.load(); }
     void cancelAll() { ++generation_; }

@@ -239,9 +239,10 @@ bool FramePainter::scale(const AVFrame& source, const Rect& crop, Resampling res
     if (!view || !cropView(source, crop.x0, crop.y0, view->data))
         return false;
     const auto format = withoutJpegRange(static_cast<AVPixelFormat>(source.format));
-    const int flags = resampling == Resampling::lanczos  ? SWS_LANCZOS
-                      : resampling == Resampling::linear ? SWS_BILINEAR
-                                                         : SWS_POINT;
+    const int flags = resampling == Resampling::none      ? SWS_POINT
+                      : scaling_ == Scaling::fast         ? SWS_FAST_BILINEAR
+                      : resampling == Resampling::lanczos ? SWS_LANCZOS
+                                                          : SWS_BILINEAR;
     const std::optional<ToneMapping> hdr = toneMappingOf(source);
     AVFrame* into =
         hdr ? scratch(wide_, AV_PIX_FMT_YUV420P16, target->width, target->height) : target;

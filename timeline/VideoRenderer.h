@@ -31,9 +31,14 @@ namespace vimbo {
 
 class VideoRenderer {
 public:
+    // What the frames are for. An export draws them at the chosen quality; the preview resizes
+    // them the fast way (see FramePainter), as it shows them once and never encodes them.
+    enum class Use { export_, preview };
+
     // The timeline must have a video composition (not passthrough).
     explicit VideoRenderer(std::shared_ptr<const Timeline> timeline,
-                           std::shared_ptr<const CancelFlag> cancel = nullptr);
+                           std::shared_ptr<const CancelFlag> cancel = nullptr,
+                           Use use = Use::export_);
     ~VideoRenderer();
 
     Size size() const { return composition_.renderSize; }
