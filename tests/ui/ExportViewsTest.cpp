@@ -133,8 +133,8 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
 // two seconds, then the time the pace so far gives for the rest.
 TEST_F(ExportViewsTest, TheBarTellsTheTimeLeftWhileARealExportRuns) {
     EXPECT_EQ(ui::ExportBar::remainingText(75), QStringLiteral("About 1:15 remaining"));
-    const QString hd = generated(QStringLiteral("view-720p.mp4"),
-                                 QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=30:d=20 -c:v "
+    const QString hd = generated(QStringLiteral("view-720p-30s.mp4"),
+                                 QStringLiteral("-f lavfi -i testsrc2=s=1280x720:r=30:d=30 -c:v "
                                                 "libx264 -preset ultrafast -pix_fmt yuv420p")
                                      .split(u' '));
     views.open({{hd}});
@@ -144,7 +144,7 @@ TEST_F(ExportViewsTest, TheBarTellsTheTimeLeftWhileARealExportRuns) {
     QElapsedTimer clock;
     clock.start();
     views.exporter().start({views.project().usable().front().second}, {}, ExportFormat::mp4,
-                           ExportQuality::smaller,
+                           ExportQuality::high, // FFmpeg 5.1 leaks what a cancelled x265 holds
                            QUrl::fromLocalFile(scratchFolder() + QStringLiteral("/hd.mp4")));
     auto* left = control<QLabel>(&bar, "Time remaining");
     auto* progress = control<QProgressBar>(&bar, "Export progress");
