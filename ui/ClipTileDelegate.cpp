@@ -40,17 +40,24 @@ QPixmap tilePicture(const QImage& image, QSize size, double dpr) {
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap))
         return pixmap;
-    pixmap = QPixmap(size * dpr);
+    // Crop the overflow: the largest part of the image with the tile's shape, centred. QImage
+    // scales it once; a smooth painter transform under the antialiased corner clip cost a
+    // paint over 15 ms whenever a row of thumbnails landed together.
+    const QSizeF source = QSizeF(size).scaled(QSizeF(image.size()), Qt::KeepAspectRatio);
+    const QRect from(qRound((image.width() - source.width()) / 2),
+                     qRound((image.height() - source.height()) / 2), qRound(source.width()),
+                     qRound(source.height()));
+    const QSize pixels = size * dpr;
+    QBrush fill(image.copy(from).scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    fill.setTransform(QTransform::fromScale(1 / dpr, 1 / dpr));
+    pixmap = QPixmap(pixels);
     pixmap.setDevicePixelRatio(dpr);
     pixmap.fill(Qt::transparent);
     QPainter p(&pixmap);
-    p.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    p.setClipPath(rounded(QRectF(QPointF(0, 0), QSizeF(size)), M::radius));
-    // Crop the overflow: the largest part of the image with the tile's shape, centred.
-    const QSizeF source = QSizeF(size).scaled(QSizeF(image.size()), Qt::KeepAspectRatio);
-    const QRectF from((image.width() - source.width()) / 2, (image.height() - source.height()) / 2,
-                      source.width(), source.height());
-    p.drawImage(QRectF(QPointF(0, 0), QSizeF(size)), image, from);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(Qt::NoPen);
+    p.setBrush(fill);
+    p.drawPath(rounded(QRectF(QPointF(0, 0), QSizeF(size)), M::radius));
     p.end();
     QPixmapCache::insert(key, pixmap);
     return pixmap;
