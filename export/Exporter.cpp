@@ -15,8 +15,6 @@
 namespace vimbo {
 namespace {
 
-constexpr double reducedLongEdge = 1920;
-
 void removeFile(const QString& path) {
     QFile::remove(path); // nothing there is the usual reason for failing; either way, ignored
 }
@@ -28,6 +26,12 @@ struct Exporter::Plan {
     std::optional<CopyJob> copy;
     Preset preset = Preset::highestQuality;
 };
+
+std::optional<double> Exporter::longEdgeCap(ExportQuality quality) {
+    if (quality == ExportQuality::original)
+        return std::nullopt;
+    return 1920;
+}
 
 Exporter::Exporter(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
                    ExportQuality quality)
@@ -68,7 +72,7 @@ Exporter::Plan Exporter::prepare() {
         }
         plan.timeline = build(std::nullopt, false);
     } else {
-        plan.timeline = build(reducedLongEdge, false);
+        plan.timeline = build(longEdgeCap(quality_), false);
     }
     plan.preset = preset();
     return plan;

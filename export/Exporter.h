@@ -49,6 +49,9 @@ public:
     double duration() const;
     // The preset a re-encode uses.
     Preset preset() const { return reencodingPreset(quality_, segments_); }
+    // The longest edge a movie of this quality may have (High and Smaller File are capped at
+    // 1920); none at Original. The export sheet shows the size this gives.
+    static std::optional<double> longEdgeCap(ExportQuality quality);
 
     void export_(const QString& destination, const Progress& progress);
     void cancel();

@@ -2,6 +2,7 @@
 
 #include "export/CopyVerdict.h"
 #include "export/ExportController.h"
+#include "export/Exporter.h"
 #include "model/Project.h"
 #include "timeline/Timeline.h"
 #include "ui/Segmented.h"
@@ -32,7 +33,6 @@
 namespace vimbo::ui {
 namespace {
 
-constexpr double reducedLongEdge = 1920; // High and Smaller File, as the exporter builds them
 const QString formatKey = QStringLiteral("format");
 const QString qualityKey = QStringLiteral("quality");
 const QString folderKey = QStringLiteral("exportFolder");
@@ -210,9 +210,8 @@ void ExportSheet::choose(ExportQuality quality) {
 
 void ExportSheet::refresh() {
     const std::vector<Segment> clips = segments();
-    const auto longEdge =
-        quality_ == ExportQuality::original ? std::nullopt : std::optional(reducedLongEdge);
-    size_->setText(sizeText(Timeline::renderSize(clips, project_.layout(), longEdge)));
+    size_->setText(
+        sizeText(Timeline::renderSize(clips, project_.layout(), Exporter::longEdgeCap(quality_))));
     if (quality_ != ExportQuality::original) {
         footer_->clear();
         return;
