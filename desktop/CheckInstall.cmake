@@ -1,5 +1,5 @@
 # Installs the build into a scratch prefix and checks that the program, its desktop entry and
-# every icon are where the freedesktop specifications say desktops look.
+# every icon land in the folders (share/applications, share/icons/hicolor) where desktops look.
 #   cmake -DBUILD=… -DAPP_ID=… -DSIZES="16;22;…" -P CheckInstall.cmake
 string(RANDOM LENGTH 8 tag)
 set(prefix "${BUILD}/install-check-${tag}")
