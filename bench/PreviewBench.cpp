@@ -245,7 +245,7 @@ void seeks(const Media& m, int count) {
         // The preview's renderer alone, seeks to random times too: what the player adds is
         // the difference.
         std::vector<double> bare;
-        VideoRenderer renderer(timeline, nullptr, VideoRenderer::Use::preview);
+        VideoRenderer renderer(timeline, nullptr, FramePainter::Scaling::fast);
         renderer.render(0);
         std::mt19937 again(7);
         for (int i = 0; i < count; ++i) {

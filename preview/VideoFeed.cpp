@@ -108,7 +108,7 @@ void VideoFeed::adopt(std::unique_lock<std::mutex>& lock,
     std::unique_ptr<VideoRenderer> fresh;
     if (timeline) {
         fresh = std::make_unique<VideoRenderer>(std::move(timeline), std::move(cancel),
-                                                VideoRenderer::Use::preview);
+                                                FramePainter::Scaling::fast);
         if (renderer)
             fresh->takeSources(*renderer);
     }

@@ -22,13 +22,13 @@ std::int64_t framesIn(const MediaTime& duration, const MediaTime& frame) {
 } // namespace
 
 VideoRenderer::VideoRenderer(std::shared_ptr<const Timeline> timeline,
-                             std::shared_ptr<const CancelFlag> cancel, Use use)
+                             std::shared_ptr<const CancelFlag> cancel,
+                             FramePainter::Scaling scaling)
     : timeline_(std::move(timeline))
     , cancel_(std::move(cancel))
     , composition_(compositionOf(*timeline_))
     , frameCount_(framesIn(timeline_->duration(), composition_.frameDuration))
-    , compositor_(use == Use::preview ? FramePainter::Scaling::fast
-                                      : FramePainter::Scaling::quality) {}
+    , compositor_(scaling) {}
 
 VideoRenderer::~VideoRenderer() = default;
 

@@ -31,14 +31,11 @@ namespace vimbo {
 
 class VideoRenderer {
 public:
-    // What the frames are for. An export draws them at the chosen quality; the preview resizes
-    // them the fast way (see FramePainter), as it shows them once and never encodes them.
-    enum class Use { export_, preview };
-
-    // The timeline must have a video composition (not passthrough).
+    // The timeline must have a video composition (not passthrough). The preview asks for fast
+    // scaling (see FramePainter): it shows each frame once and never encodes it.
     explicit VideoRenderer(std::shared_ptr<const Timeline> timeline,
                            std::shared_ptr<const CancelFlag> cancel = nullptr,
-                           Use use = Use::export_);
+                           FramePainter::Scaling scaling = FramePainter::Scaling::quality);
     ~VideoRenderer();
 
     Size size() const { return composition_.renderSize; }
