@@ -50,10 +50,8 @@ void FileIntake::next() {
         project_.add(waiting_.front());
         waiting_.pop_front();
     }
-    if (waiting_.empty()) {
-        emit settled();
+    if (waiting_.empty())
         return;
-    }
     const QList<QUrl> urls = waiting_.front();
     waiting_.pop_front();
     reading_ = true;

@@ -27,14 +27,11 @@ public:
     ~FileIntake() override;
 
     void add(const QList<QUrl>& urls);
-    // True while a folder is being read or requests wait behind one.
-    bool busy() const { return reading_ || !waiting_.empty(); }
-
-signals:
-    void settled();
 
 private:
     explicit FileIntake(Project& project);
+    // True while a folder is being read or requests wait behind one.
+    bool busy() const { return reading_ || !waiting_.empty(); }
     void next();
 
     Project& project_;

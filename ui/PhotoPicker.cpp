@@ -146,16 +146,7 @@ PhotoPicker::PhotoPicker(Project& project, std::optional<PhotoLibrary::Roots> ro
         if (lookingAgain_ || !listed_)
             return;
         lookingAgain_ = true;
-        QThreadPool::globalInstance()->start(
-            [self = QPointer<PhotoPicker>(this), roots = roots_] {
-                deliver(self,
-                        PhotoLibrary::places(roots ? *roots : PhotoLibrary::Roots::standard()),
-                        [](PhotoPicker& picker, std::vector<PhotoLibrary::Place> found) {
-                            picker.lookingAgain_ = false;
-                            picker.placesChanged(found);
-                        });
-            },
-            listingPriority);
+        searchPlaces(&PhotoPicker::placesChanged);
     });
     lookAgain->start();
 }
@@ -245,11 +236,15 @@ QString PhotoPicker::noteText() const {
 void PhotoPicker::findPlaces() {
     listed_ = false;
     status_->setText(tr("Loading…"));
+    searchPlaces(&PhotoPicker::placesFound);
+}
+
+void PhotoPicker::searchPlaces(PlacesHandler then) {
     QThreadPool::globalInstance()->start(
-        [self = QPointer<PhotoPicker>(this), roots = roots_] {
+        [self = QPointer<PhotoPicker>(this), roots = roots_, then] {
             deliver(self, PhotoLibrary::places(roots ? *roots : PhotoLibrary::Roots::standard()),
-                    [](PhotoPicker& picker, std::vector<PhotoLibrary::Place> found) {
-                        picker.placesFound(found);
+                    [then](PhotoPicker& picker, std::vector<PhotoLibrary::Place> found) {
+                        (picker.*then)(found);
                     });
         },
         listingPriority);
@@ -276,6 +271,7 @@ void PhotoPicker::placesFound(const std::vector<PhotoLibrary::Place>& places) {
 
 // A device came or went: the list follows, and what is shown stays unless its place is gone.
 void PhotoPicker::placesChanged(const std::vector<PhotoLibrary::Place>& places) {
+    lookingAgain_ = false;
     if (places == placeList_ || !listed_)
         return;
     const int current = places_->currentIndex();

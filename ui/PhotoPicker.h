@@ -66,7 +66,10 @@ private:
     PhotoPicker(Project& project, std::optional<PhotoLibrary::Roots> roots, QWidget* parent);
     void buildGrid();
     QWidget* buildNote();
+    using PlacesHandler = void (PhotoPicker::*)(const std::vector<PhotoLibrary::Place>&);
     void findPlaces();
+    // Finds the places on a pool thread and hands them to `then` on this one.
+    void searchPlaces(PlacesHandler then);
     void placesFound(const std::vector<PhotoLibrary::Place>& places);
     void placesChanged(const std::vector<PhotoLibrary::Place>& places);
     void listPlace(int index);
