@@ -42,7 +42,8 @@ void ExportController::start(const std::vector<Segment>& segments, const Layout&
     std::erase_if(runs_, [](const Run& run) {
         return run.ended.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     });
-    // Exports to the same file stop (removing what they wrote) before this one writes there.
+    // Exports to the same file stop before this one starts, so none of them can put its movie
+    // in place after this one's.
     const QString destination = QFileInfo(to.toLocalFile()).absoluteFilePath();
     std::vector<std::shared_future<void>> predecessors;
     for (const Run& run : runs_)

@@ -6,7 +6,7 @@
 // export's generation number, and only those of the current generation change the state: an
 // export that was cancelled or replaced by a newer one runs down quietly. A replaced export
 // that writes to the same file as the new one is cancelled, and the new one starts writing
-// only once it has ended, so the two never share the file.
+// only once it has ended, so the older movie can never take the file's place after the newer.
 
 #include "export/ExportChoices.h"
 #include "model/Layout.h"
@@ -60,7 +60,8 @@ public:
     // Starts exporting at once in the background; failures become the `failed` state.
     void start(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
                ExportQuality quality, const QUrl& to);
-    // Stops the current export (its partial file is removed) and goes idle at once.
+    // Stops the current export (the file it was to replace stays as it was) and goes idle at
+    // once.
     void cancel();
 
     // Seconds left, from the fraction done and the seconds elapsed; absent while too early to

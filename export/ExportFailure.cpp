@@ -45,6 +45,18 @@ VimboError sourceGone(const QString& source) {
                                         .arg(QFileInfo(source).fileName()));
 }
 
+VimboError overClip(const QString& clip) {
+    return VimboError::exportFailed(
+        tr("The movie can\u2019t be saved as \u201C%1\u201D because that is one of its clips.")
+            .arg(QFileInfo(clip).fileName()));
+}
+
+VimboError notAFile(const QString& destination) {
+    return VimboError::exportFailed(
+        tr("The movie can\u2019t be saved as \u201C%1\u201D because that isn\u2019t a file.")
+            .arg(QFileInfo(destination).fileName()));
+}
+
 VimboError writing(int averror, const QString& destination) {
     switch (averror) {
     case AVERROR(ENOSPC):

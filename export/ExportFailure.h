@@ -19,6 +19,10 @@ VimboError diskFull();
 VimboError unwritable(const QString& destination);
 // A clip's file disappeared (or became unreadable) while the export ran.
 VimboError sourceGone(const QString& source);
+// The destination is one of the movie's own clips, `clip`.
+VimboError overClip(const QString& clip);
+// Something other than a file (a folder, a device) is at the destination.
+VimboError notAFile(const QString& destination);
 
 // The failure of writing the movie with FFmpeg's error code `averror`.
 VimboError writing(int averror, const QString& destination);

@@ -1,26 +1,18 @@
 #include "export/Exporter.h"
 
 #include "export/CopyVerdict.h"
+#include "export/Destination.h"
 #include "export/ExportFailure.h"
 #include "export/ProgressTicker.h"
 #include "export/Reencoder.h"
 #include "export/StreamCopier.h"
 #include "timeline/Timeline.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <numeric>
 
 namespace vimbo {
-namespace {
-
-void removeFile(const QString& path) {
-    QFile::remove(path); // nothing there is the usual reason for failing; either way, ignored
-}
-
-} // namespace
-
 struct Exporter::Plan {
     std::shared_ptr<const Timeline> timeline;
     std::optional<CopyJob> copy;
@@ -79,8 +71,12 @@ Exporter::Plan Exporter::prepare() {
 }
 
 void Exporter::export_(const QString& destination, const Progress& progress) {
+    std::vector<QString> clips;
+    for (const Segment& s : segments_)
+        clips.push_back(s.url.toLocalFile());
+    if (const std::optional<QString> clip = sameFileAs(destination, clips))
+        throw ExportFailure::overClip(*clip);
     Plan plan = prepare();
-    removeFile(destination);
     {
         std::lock_guard lock(lock_);
         // Either cancel() came first and nothing starts, or the job starts and sees the flag.
@@ -88,12 +84,20 @@ void Exporter::export_(const QString& destination, const Progress& progress) {
             throw Cancelled();
     }
     try {
-        run(plan, destination, progress);
+        PendingMovie movie(destination); // removed on the way out unless put in place
+        run(plan, movie.path(), progress);
+        movie.flush();
+        {
+            // A cancel that comes before the movie takes the old file's place keeps that file;
+            // the lock is held for the rename only, as cancel() may come from the interface.
+            std::lock_guard lock(lock_);
+            if (cancelled_)
+                throw Cancelled();
+            movie.commit();
+        }
     } catch (const Cancelled&) {
-        removeFile(destination);
         throw;
     } catch (const VimboError& error) {
-        removeFile(destination);
         if (cancel_->isCancelled())
             throw Cancelled();
         // A clip's file that vanished while the export ran is the likely story, and the
@@ -103,7 +107,6 @@ void Exporter::export_(const QString& destination, const Progress& progress) {
             throw ExportFailure::sourceGone(error.url().toLocalFile());
         throw;
     } catch (...) {
-        removeFile(destination);
         if (cancel_->isCancelled())
             throw Cancelled();
         throw ExportFailure::failed();

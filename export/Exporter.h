@@ -8,9 +8,11 @@
 // Threads: export_() runs on a background thread and blocks until the movie is written;
 // progress is called on another background thread (and once, with 1.0, on export_'s own after
 // success). cancel() may be called from any thread, at any moment, any number of times.
-// Outcomes: export_ returns on success; throws Cancelled when cancelled (the partial file is
-// removed); throws VimboError on failure (the partial file is removed), including the timeline
-// build's own errors (then nothing was written).
+// The movie is written beside the destination and takes its place only once complete
+// (export/Destination.h), so whatever was there stays as it was until then.
+// Outcomes: export_ returns on success; throws Cancelled when cancelled; throws VimboError on
+// failure, including the timeline build's own errors and a destination that is one of the
+// clips (refused before anything is written). Neither leaves a partial file.
 
 #include "export/EncoderSettings.h"
 #include "export/ExportChoices.h"

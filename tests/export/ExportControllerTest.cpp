@@ -108,14 +108,17 @@ TEST(ExportController, RunsToDoneWithProgressAndRemainingTime) {
 TEST(ExportController, CancelGoesIdleAtOnceAndFailuresBecomeTheirSentence) {
     ExportController controller;
     Recorder recorder(controller);
-    const QUrl to = destination("cancelled.mp4");
+    const QString folder = scratchFolder();
+    const QUrl to = QUrl::fromLocalFile(keptFile(folder + "/cancelled.mp4"));
     controller.start(clips(6), {}, ExportFormat::mp4, ExportQuality::high, to);
     ASSERT_TRUE(waitUntil([&] { return controller.state().progress > 0; }));
     controller.cancel();
     EXPECT_EQ(controller.state(), State::idle());
     const std::size_t changes = recorder.states.size();
-    // The export winds down in the background: its file goes, its late reports are ignored.
-    EXPECT_TRUE(waitUntil([&] { return !QFileInfo::exists(to.toLocalFile()); }));
+    // The export winds down in the background: its temporary file goes, the old one stays, its
+    // late reports are ignored.
+    EXPECT_TRUE(waitUntil([&] { return leftovers(folder).isEmpty(); }));
+    EXPECT_EQ(contents(to.toLocalFile()), "an older movie");
     waitUntil([] { return false; }, 500);
     EXPECT_EQ(recorder.states.size(), changes);
 
@@ -151,8 +154,8 @@ TEST(ExportController, ReplacedExportsNeverChangeTheState) {
 }
 
 // A new export to the file an older one is still writing: the older one is cancelled and gone
-// before the new one writes, so nothing it does later (here: being cancelled at quit, which
-// removes its file) can touch the new movie.
+// before the new one writes, so nothing it does later (here: being cancelled at quit) can
+// touch the new movie.
 TEST(ExportController, AReplacedExportToTheSameFileStopsFirst) {
     const QUrl to = destination("same.mp4");
     {

@@ -7,6 +7,7 @@
 #include "model/VimboError.h"
 #include "tests/support/Media.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <cmath>
@@ -108,6 +109,22 @@ Outcome runExport(Exporter& exporter, const QString& to,
         outcome.message = e.errorDescription();
     }
     return outcome;
+}
+
+QString keptFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    return path;
+}
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QStringList leftovers(const QString& folder) {
+    return QDir(folder).entryList({QStringLiteral(".*.vimbo-*.part")}, QDir::Files | QDir::Hidden);
 }
 
 QString decodeErrors(const QString& path) {

@@ -9,6 +9,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <vector>
@@ -40,6 +41,12 @@ struct Outcome {
 // Runs export_ on the calling thread; `onProgress` sees each report first.
 Outcome runExport(Exporter& exporter, const QString& to,
                   const std::function<void(double)>& onProgress = {});
+
+// A file holding `bytes`, standing for a movie a person keeps; its bytes as they are now.
+QString keptFile(const QString& path, const QByteArray& bytes = "an older movie");
+QByteArray contents(const QString& path);
+// The temporary files of unfinished movies in `folder` (".NAME.vimbo-XXXXXX.part").
+QStringList leftovers(const QString& folder);
 
 // What `ffmpeg -v error -i FILE -f null -` prints: empty for a clean file.
 QString decodeErrors(const QString& path);

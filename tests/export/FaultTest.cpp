@@ -1,6 +1,7 @@
 // Exports that go wrong: cancelled at random moments, a clip's file removed midway, a folder
-// that cannot be written, nothing to merge. Each ends cancelled or failed with its sentence,
-// leaves no partial file, and crashes nothing.
+// that cannot be written, nothing to merge, one of the clips as the destination. Each ends
+// cancelled or failed with its sentence, leaves the file it was to replace as it was and no
+// partial file, and crashes nothing.
 #include "export/ExportFailure.h"
 #include "export/Exporter.h"
 #include "export/Reencoder.h"
@@ -19,13 +20,6 @@
 
 namespace vimbo::test {
 namespace {
-
-QString placeholder(const QString& path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("an older movie");
-    return path;
-}
 
 std::vector<Segment> copies(int count, const QString& folder) {
     std::vector<Segment> segments;
@@ -48,7 +42,8 @@ TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
         std::uniform_int_distribution<int> delay(0, copy ? 60 : 1500);
         Exporter exporter(clips, {}, ExportFormat::mp4,
                           copy ? ExportQuality::original : ExportQuality::high);
-        const QString out = scratchFolder() + "/cancelled.mp4";
+        const QString folder = scratchFolder();
+        const QString out = keptFile(folder + "/cancelled.mp4");
         const int ms = delay(random);
         std::thread canceller([&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(ms));
@@ -60,9 +55,10 @@ TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
         SCOPED_TRACE(
             QStringLiteral("round %1, cancel after %2 ms").arg(round).arg(ms).toStdString());
         ASSERT_NE(outcome.kind, Outcome::Kind::failed) << outcome.message.toStdString();
+        EXPECT_EQ(leftovers(folder), QStringList());
         if (outcome.kind == Outcome::Kind::cancelled) {
             ++cancelled;
-            EXPECT_FALSE(QFileInfo::exists(out));
+            EXPECT_EQ(contents(out), "an older movie");
         } else {
             EXPECT_EQ(decodeErrors(out), QString());
         }
@@ -71,25 +67,26 @@ TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
 }
 
 TEST(Fault, CancelBeforeTheStartWritesNothing) {
-    const QString out = placeholder(scratchFolder() + "/early.mp4");
+    const QString out = keptFile(scratchFolder() + "/early.mp4");
     Exporter exporter({probed(flashClip())}, {}, ExportFormat::mp4, ExportQuality::high);
     exporter.cancel();
     const Outcome outcome = runExport(exporter, out);
     EXPECT_EQ(outcome.kind, Outcome::Kind::cancelled);
     EXPECT_TRUE(outcome.progress.empty());
-    EXPECT_FALSE(QFileInfo::exists(out)) << "the old file is removed before the session starts";
+    EXPECT_EQ(contents(out), "an older movie");
 }
 
 // A clip's file removed while the export runs. Linux keeps a file's contents readable while it
 // is open, so a removal after the renderer opened the clip does no harm and the export ends
-// well; a removal before must fail with the sentence that says so and leave no file. Which of
+// well; a removal before must fail with the sentence that says so and leave the old file. Which of
 // the two happens depends on timing, so the export is tried until the failure has been seen.
 TEST(Fault, ClipFileRemovedDuringTheExport) {
     bool failed = false;
     for (int attempt = 0; attempt < 6 && !failed; ++attempt) {
         const std::vector<Segment> clips = copies(3, scratchFolder());
         const QString doomed = clips.back().url.toLocalFile();
-        const QString out = placeholder(scratchFolder() + "/gone.mp4");
+        const QString folder = scratchFolder();
+        const QString out = keptFile(folder + "/gone.mp4");
         Exporter exporter(clips, {}, ExportFormat::mp4, ExportQuality::high);
         const Outcome outcome = runExport(exporter, out, [&](double) { QFile::remove(doomed); });
         if (outcome.kind == Outcome::Kind::done) {
@@ -100,7 +97,8 @@ TEST(Fault, ClipFileRemovedDuringTheExport) {
         EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
         EXPECT_EQ(outcome.message, QStringLiteral("\u201Cclip2.mp4\u201D was moved or deleted "
                                                   "during the export."));
-        EXPECT_FALSE(QFileInfo::exists(out));
+        EXPECT_EQ(contents(out), "an older movie");
+        EXPECT_EQ(leftovers(folder), QStringList());
     }
     EXPECT_TRUE(failed) << "the removal never came before the clip was opened";
 }
@@ -146,7 +144,8 @@ TEST(Fault, AFailingSoundStageStopsTheExportAtOnce) {
 }
 
 // A folder that cannot be written fails with its sentence on both paths; a project with nothing
-// to merge fails before it touches the destination.
+// to merge fails before it touches the destination; a destination that is one of the clips, or
+// a folder, is refused before anything is made.
 TEST(Fault, FailuresNameTheirCauseAndWriteNothing) {
     std::vector<QString> destinations{"/proc/vimbo-no-folder/out.mp4"};
     if (::geteuid() != 0) { // permissions do not stop root
@@ -165,12 +164,32 @@ TEST(Fault, FailuresNameTheirCauseAndWriteNothing) {
 
     Segment missing;
     missing.url = QUrl::fromLocalFile("/nowhere/clip.mp4");
-    const QString out = placeholder(scratchFolder() + "/kept.mp4");
+    const QString out = keptFile(scratchFolder() + "/kept.mp4");
     Exporter exporter({missing}, {}, ExportFormat::mov, ExportQuality::original);
     const Outcome outcome = runExport(exporter, out);
     EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
     EXPECT_EQ(outcome.message, VimboError::nothingToMerge().errorDescription());
-    EXPECT_TRUE(QFileInfo::exists(out)) << "a failed build writes nothing";
+    EXPECT_EQ(contents(out), "an older movie") << "a failed build writes nothing";
+
+    // One of its own clips, here by a second name of the same file.
+    const QString clip = copies(1, scratchFolder()).front().url.toLocalFile();
+    const QString link = QFileInfo(clip).absolutePath() + "/link.mp4";
+    ASSERT_EQ(::link(QFile::encodeName(clip).constData(), QFile::encodeName(link).constData()), 0);
+    const QByteArray before = contents(clip);
+    Exporter over({probed(flashClip()), probed(clip)}, {}, ExportFormat::mp4,
+                  ExportQuality::original);
+    EXPECT_EQ(runExport(over, link).message,
+              "The movie can\u2019t be saved as \u201Cclip0.mp4\u201D because that is one of its "
+              "clips.");
+    EXPECT_EQ(contents(clip), before);
+    // A folder, refused before the movie is made rather than after.
+    const QString folder = QFileInfo(clip).absolutePath();
+    Exporter intoFolder({probed(flashClip())}, {}, ExportFormat::mp4, ExportQuality::high);
+    const Outcome refused = runExport(intoFolder, folder);
+    EXPECT_EQ(refused.message, QStringLiteral("The movie can\u2019t be saved as \u201C%1\u201D "
+                                              "because that isn\u2019t a file.")
+                                   .arg(QFileInfo(folder).fileName()));
+    EXPECT_TRUE(refused.progress.empty());
 }
 
 } // namespace
