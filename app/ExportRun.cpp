@@ -106,8 +106,7 @@ int exportProject(const Project& project, const ExportOptions& options) {
     for (const auto& [id, segment] : project.usable())
         segments.push_back(segment);
     const QString path = QFileInfo(options.output).absoluteFilePath();
-    const ExportFormat format = options.format.value_or(
-        exportFormatFromRaw(QFileInfo(path).suffix().toLower()).value_or(ExportFormat::mp4));
+    const ExportFormat format = options.format;
 
     const ExportQuality quality = options.quality.value_or(ExportQuality::original);
     // Say why the copy the person may expect at Original is not happening, as the window does.

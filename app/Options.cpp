@@ -3,6 +3,7 @@
 #include "model/RecordJson.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 #include <array>
 #include <cmath>
@@ -68,7 +69,7 @@ const Choice<ExportQuality>& qualityChoice() {
 const Choice<ExportFormat>& formatChoice() {
     static const Choice<ExportFormat> choice(
         QStringLiteral("format"), allExportFormats, [](ExportFormat f) { return rawValue(f); },
-        QStringLiteral("the file type (else OUT's suffix)"));
+        QStringLiteral("the file type; else OUT's suffix (.mp4 or .mov) says, else mp4"));
     return choice;
 }
 
@@ -92,8 +93,10 @@ const Choice<SortOrder>& sortChoice() {
     return choice;
 }
 
-const QCommandLineOption outputOption({QStringLiteral("o"), QStringLiteral("output")},
-                                      QStringLiteral("the movie to write"), QStringLiteral("OUT"));
+const QCommandLineOption outputOption(
+    {QStringLiteral("o"), QStringLiteral("output")},
+    QStringLiteral("the movie to write: its name ends in .mp4 or .mov, or gets the format's"),
+    QStringLiteral("OUT"));
 const QCommandLineOption photoDurationOption(QStringLiteral("photo-duration"),
                                              QStringLiteral("seconds each photo shows (else 3)"),
                                              QStringLiteral("S"));
@@ -110,14 +113,43 @@ bool parse(QCommandLineParser& parser, const QStringList& args, QString& error) 
     return true;
 }
 
+// The file type and name of the movie: a suffix of .mp4 or .mov (in any case) names the type,
+// a name without one gets the type's (MP4 unless --format says otherwise), and any other
+// suffix, or one that disagrees with --format, is a mistake.
+QString nameOutput(ExportOptions& out, std::optional<ExportFormat> asked) {
+    const QString name = QFileInfo(out.output).fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+        return QStringLiteral("-o takes the movie's file name, not the folder \u201C%1\u201D")
+            .arg(out.output);
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    if (dot <= 0) { // none, or a hidden file's leading dot
+        out.format = asked.value_or(ExportFormat::mp4);
+        out.output += QLatin1Char('.') + fileExtension(out.format);
+        return {};
+    }
+    const QString suffix = name.mid(dot + 1);
+    const std::optional<ExportFormat> named = exportFormatFromRaw(suffix.toLower());
+    if (!named)
+        return QStringLiteral("Vimbo writes MP4 or MOV files, not \u201C.%1\u201D").arg(suffix);
+    if (asked && *asked != *named)
+        return QStringLiteral("--format %1 disagrees with the name \u201C%2\u201D; end it in .%1 "
+                              "or leave --format out")
+            .arg(rawValue(*asked), name);
+    out.format = *named;
+    return {};
+}
+
 void takeExport(const QCommandLineParser& parser, ExportOptions& out, QString& error) {
     if (parser.isSet(qualityChoice().name))
         out.quality = qualityChoice().take(parser.value(qualityChoice().name), error);
+    std::optional<ExportFormat> format;
     if (error.isEmpty() && parser.isSet(formatChoice().name))
-        out.format = formatChoice().take(parser.value(formatChoice().name), error);
+        format = formatChoice().take(parser.value(formatChoice().name), error);
     out.output = parser.value(outputOption);
     if (error.isEmpty() && out.output.isEmpty())
         error = QStringLiteral("the movie to write is missing (-o OUT)");
+    if (error.isEmpty())
+        error = nameOutput(out, format);
 }
 
 QString optionLine(const QCommandLineOption& option) {

@@ -18,8 +18,9 @@ namespace vimbo::app {
 
 struct ExportOptions {
     std::optional<ExportQuality> quality;
-    std::optional<ExportFormat> format;
-    QString output; // as given
+    // --format, else what OUT's suffix names, else MP4; the two never disagree.
+    ExportFormat format = ExportFormat::mp4;
+    QString output; // as given, with the format's suffix added when it had none
 };
 
 struct MergeOptions {

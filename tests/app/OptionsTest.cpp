@@ -5,6 +5,7 @@
 #include "tests/support/Media.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace vimbo::app {
 namespace {
@@ -26,11 +27,33 @@ TEST(Options, MergeTakesEveryValueByTheNamesTheProjectStores) {
     const auto plain = parseMerge({"--output=x.mp4", "--", "-odd.mp4"});
     ASSERT_EQ(plain.error, QString());
     EXPECT_EQ(plain.options.layout, Layout{});
-    EXPECT_FALSE(plain.options.out.quality || plain.options.out.format ||
-                 plain.options.photoDuration || plain.options.sort);
+    EXPECT_FALSE(plain.options.out.quality || plain.options.photoDuration || plain.options.sort);
     EXPECT_EQ(plain.options.inputs, QStringList{"-odd.mp4"});
     EXPECT_TRUE(parseMerge({"--help"}).help);
-    EXPECT_EQ(parseExport({"--format", "mov", "-o", "y"}).options.format, ExportFormat::mov);
+}
+
+// OUT's suffix names the file type, a name without one gets the format's, and --format never
+// disagrees with the suffix; a suffix that names another type is refused.
+TEST(Options, TheNameAndTheFormatNeverDisagree) {
+    const std::tuple<QStringList, QString, ExportFormat> named[] = {
+        {{"-o", "out.mov"}, "out.mov", ExportFormat::mov},
+        {{"-o", "films/Out.MP4"}, "films/Out.MP4", ExportFormat::mp4},
+        {{"--format", "mov", "-o", "out.mov"}, "out.mov", ExportFormat::mov},
+        {{"-o", "films.2024/out"}, "films.2024/out.mp4", ExportFormat::mp4},
+        {{"--format", "mov", "-o", ".hidden"}, ".hidden.mov", ExportFormat::mov},
+    };
+    for (const auto& [args, output, format] : named) {
+        const auto parsed = parseExport(args);
+        EXPECT_EQ(parsed.error, QString()) << args.join(' ').toStdString();
+        EXPECT_EQ(parsed.options.output, output);
+        EXPECT_EQ(parsed.options.format, format) << args.join(' ').toStdString();
+    }
+    EXPECT_EQ(parseExport({"-o", "out.mkv"}).error,
+              QStringLiteral("Vimbo writes MP4 or MOV files, not \u201C.mkv\u201D"));
+    EXPECT_EQ(parseMerge({"a", "--format", "mp4", "-o", "films/out.mov"}).error,
+              QStringLiteral("--format mp4 disagrees with the name \u201Cout.mov\u201D; end it "
+                             "in .mp4 or leave --format out"));
+    EXPECT_TRUE(parseMerge({"a", "-o", "films/"}).error.contains("films/"));
 }
 
 // Each mistake is refused with one line that names what was wrong.
