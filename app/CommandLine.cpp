@@ -29,8 +29,9 @@ project); when the window is already open, the files go to it.
 commands:
   merge [OPTIONS] FILE-OR-FOLDER… -o OUT
                 join the files (folders are searched) into one movie, as the window would;
-                OUT ends in .mp4 or .mov (or gets the one --format names);
-                Ctrl-C stops it and leaves no file behind (vimbo merge --help: the options)
+                OUT ends in .mp4 or .mov (or gets the one --format names); the movie
+                replaces a file there only once complete, and never one of its clips;
+                Ctrl-C stops it and leaves OUT as it was (vimbo merge --help: the options)
   export [OPTIONS] -o OUT
                 export the saved project, with all its edits, as the window would
   probe FILE…   print one line of JSON per file: its path, whether Vimbo takes it in as a

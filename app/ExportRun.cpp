@@ -2,7 +2,9 @@
 
 #include "app/CommandLine.h"
 #include "export/CopyVerdict.h"
+#include "export/Destination.h"
 #include "export/ExportController.h"
+#include "export/ExportFailure.h"
 #include "media/MediaProbe.h"
 #include "model/TimeText.h"
 
@@ -107,6 +109,14 @@ int exportProject(const Project& project, const ExportOptions& options) {
         segments.push_back(segment);
     const QString path = QFileInfo(options.output).absoluteFilePath();
     const ExportFormat format = options.format;
+    // Not over any file the person named, usable or not, however it is reached.
+    std::vector<QString> clips;
+    for (const Clip& clip : project.clips())
+        clips.push_back(clip.url.toLocalFile());
+    if (const std::optional<QString> clip = sameFileAs(path, clips)) {
+        std::fprintf(stderr, "%s\n", qPrintable(ExportFailure::overClip(*clip).errorDescription()));
+        return exitFailed;
+    }
 
     const ExportQuality quality = options.quality.value_or(ExportQuality::original);
     // Say why the copy the person may expect at Original is not happening, as the window does.

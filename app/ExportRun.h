@@ -18,8 +18,10 @@ MediaAccess commandLineMedia();
 void waitForProbes(Project& project);
 
 // Exports the project's usable clips under its layout; returns the exit status (0 written,
-// 1 failed with the sentence on stderr, 130 interrupted by Ctrl-C with no file left). The
-// progress shows once the export has got going, so a failure at the start is one line alone.
+// 1 failed with the sentence on stderr, 130 interrupted by Ctrl-C; either of those leaves the
+// file at the destination as it was). A destination that is one of the project's clips is
+// refused before anything is written. The progress shows once the export has got going, so a
+// failure at the start is one line alone.
 int exportProject(const Project& project, const ExportOptions& options);
 
 } // namespace vimbo::app

@@ -233,7 +233,8 @@ QString mergeHelp() {
         "usage: vimbo merge [OPTIONS] FILE-OR-FOLDER… -o OUT\n\n"
         "Joins the files (folders are searched) into one movie, as the window would with these\n"
         "settings; inputs that are not photos or videos it can read are named and skipped.\n"
-        "Ctrl-C stops it and leaves no file behind.\n\noptions:\n");
+        "The movie replaces a file at OUT only once it is complete, and never one of the\n"
+        "clips; Ctrl-C stops it and leaves OUT as it was.\n\noptions:\n");
     for (const QCommandLineOption& option :
          {outputOption, qualityChoice().option(), formatChoice().option(), shapeChoice().option(),
           fillChoice().option(), photoDurationOption, sortChoice().option()})

@@ -1,7 +1,9 @@
 #include "ui/ExportSheet.h"
 
 #include "export/CopyVerdict.h"
+#include "export/Destination.h"
 #include "export/ExportController.h"
+#include "export/ExportFailure.h"
 #include "export/Exporter.h"
 #include "model/Project.h"
 #include "timeline/Timeline.h"
@@ -19,6 +21,7 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 #include <QSettings>
@@ -56,6 +59,7 @@ struct Job {
     Layout layout;
     ExportFormat format;
     ExportQuality quality;
+    std::vector<QString> clips; // every clip's file, usable or not: the movie replaces none
 };
 
 // The window to put the save dialog on: the sheet's own, else the first visible main window.
@@ -68,7 +72,19 @@ QWidget* hostWindow(QWidget* sheet) {
     return nullptr;
 }
 
-void showSaveDialog(QWidget* host, ExportController& controller, const Job& job) {
+// The sentence, on the window, before `then`.
+void refuse(QWidget* host, const QString& why, const std::function<void()>& then) {
+    auto* box = new QMessageBox(QMessageBox::Warning, ExportSheet::tr("Export"), why,
+                                QMessageBox::Ok, host);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(host ? Qt::WindowModal : Qt::ApplicationModal);
+    QObject::connect(box, &QMessageBox::finished, box, then);
+    box->open();
+}
+
+// `refused`: a file chosen before and refused, to choose again beside it.
+void showSaveDialog(QWidget* host, ExportController& controller, const Job& job,
+                    const QString& refused = {}) {
     auto* dialog = new QFileDialog(host, ExportSheet::tr("Export"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
@@ -82,11 +98,23 @@ void showSaveDialog(QWidget* host, ExportController& controller, const Job& job)
     const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
     dialog->setDirectory(QSettings().value(folderKey, movies).toString());
     dialog->selectFile(ExportSheet::tr("Merged Video") + u'.' + extension);
+    if (!refused.isEmpty())
+        dialog->selectFile(refused);
     dialog->setWindowModality(host ? Qt::WindowModal : Qt::ApplicationModal);
     QObject::connect(dialog, &QFileDialog::fileSelected, dialog,
-                     [target = QPointer<ExportController>(&controller), job](const QString& path) {
+                     [host = QPointer<QWidget>(host),
+                      target = QPointer<ExportController>(&controller), job](const QString& path) {
                          if (path.isEmpty() || !target)
                              return;
+                         // After "Replace?" and before anything is touched.
+                         if (const auto clip = sameFileAs(path, job.clips)) {
+                             refuse(host, ExportFailure::overClip(*clip).errorDescription(),
+                                    [host, target, job, path] {
+                                        if (target)
+                                            showSaveDialog(host, *target, job, path);
+                                    });
+                             return;
+                         }
                          QSettings().setValue(folderKey, QFileInfo(path).absolutePath());
                          target->start(job.segments, job.layout, job.format, job.quality,
                                        QUrl::fromLocalFile(path));
@@ -260,7 +288,9 @@ void ExportSheet::judge() {
 void ExportSheet::exportClicked() {
     // Captured now: the export is what the sheet showed, whatever changes while the save
     // dialog is open.
-    const Job job{segments(), project_.layout(), format_, quality_};
+    Job job{segments(), project_.layout(), format_, quality_, {}};
+    for (const Clip& clip : project_.clips())
+        job.clips.push_back(clip.url.toLocalFile());
     QWidget* host = hostWindow(this);
     ExportController& controller = controller_;
     accept(); // the sheet closes before the save dialog opens

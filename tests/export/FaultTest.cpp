@@ -179,8 +179,8 @@ TEST(Fault, FailuresNameTheirCauseAndWriteNothing) {
     Exporter over({probed(flashClip()), probed(clip)}, {}, ExportFormat::mp4,
                   ExportQuality::original);
     EXPECT_EQ(runExport(over, link).message,
-              "The movie can\u2019t be saved as \u201Cclip0.mp4\u201D because that is one of its "
-              "clips.");
+              QStringLiteral("The movie can\u2019t be saved as \u201Cclip0.mp4\u201D because that "
+                             "is one of its clips."));
     EXPECT_EQ(contents(clip), before);
     // A folder, refused before the movie is made rather than after.
     const QString folder = QFileInfo(clip).absolutePath();

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace vimbo::test {
 namespace {
@@ -117,7 +118,8 @@ TEST(MergeCommand, NamesWhatItLeavesOutAndGoesOn) {
 
 TEST(MergeCommand, FailuresSayWhyInOneSentence) {
     const QString clip = flashClip();
-    const QString full = scratchFolder() + "/full.mp4";
+    const QString fullFolder = scratchFolder();
+    const QString full = keptFile(fullFolder + "/full.mp4");
     struct Case {
         QString out;
         QString sentence;
@@ -143,30 +145,83 @@ TEST(MergeCommand, FailuresSayWhyInOneSentence) {
             vimbo(args + QStringList{"-o", c.out}, ProgramSetup::withChild(c.childSetup));
         EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
         EXPECT_EQ(lastLine(r.err), c.sentence);
-        EXPECT_FALSE(QFileInfo::exists(c.out));
     }
+    EXPECT_FALSE(QFileInfo::exists(cases[0].out));
+    EXPECT_EQ(contents(full), "an older movie");
+    EXPECT_EQ(leftovers(fullFolder), QStringList());
+
+    // One of its own clips, however it is named, usable or not: refused before anything is
+    // touched, in one sentence that names the clip.
+    const QString folder = scratchFolder();
+    QFile::copy(clip, folder + "/a.mp4");
+    QFile::link(folder + "/a.mp4", folder + "/link.mp4");
+    keptFile(folder + "/broken.mov", "not a movie");
+    ProgramSetup inFolder;
+    inFolder.workingFolder = folder;
+    const QStringList overClips[] = {{"a.mp4", "-o", "a.mp4"},
+                                     {"a.mp4", clip, "-o", "./a.mp4"},
+                                     {clip, folder + "/a.mp4", "-o", "link.mp4"},
+                                     {"a.mp4", "broken.mov", "-o", "broken.mov"}};
+    const QByteArray a = contents(folder + "/a.mp4");
+    for (const QStringList& args : overClips) {
+        const ProgramRun r = vimbo(QStringList{"merge"} + args, inFolder);
+        EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+        EXPECT_EQ(lastLine(r.err),
+                  QStringLiteral("The movie can\u2019t be saved as \u201C%1\u201D because that is "
+                                 "one of its clips.")
+                      .arg(args.last() == "broken.mov" ? "broken.mov" : "a.mp4"));
+    }
+    EXPECT_EQ(contents(folder + "/a.mp4"), a);
+    EXPECT_EQ(contents(folder + "/broken.mov"), "not a movie");
     // Nothing at all: the skipped input and the sentence, no progress before them.
     EXPECT_EQ(vimbo({"merge", missing, "-o", scratchFolder() + "/none.mp4"}).err,
               QStringLiteral("Skipped %1: not found\nThere is nothing to merge.\n").arg(missing));
 }
 
-TEST(MergeCommand, CtrlCStopsAndLeavesNoFile) {
+// A merge over a file a person keeps, stopped by Ctrl-C or killed once its progress shows:
+// the file stays as it was. The killed run's temporary file is removed by the next export to
+// the folder, and a movie that replaces a file takes on its permissions.
+TEST(MergeCommand, AStoppedOrKilledMergeLeavesTheOldFileAsItWas) {
     const QString clip = flashClip({.seconds = 4, .size = 640});
-    const QString out = scratchFolder() + "/interrupted.mp4";
-    QProcess process;
-    process.setReadChannel(QProcess::StandardError);
-    process.start(QStringLiteral(VIMBO_BINARY),
-                  {"merge", "--quality", "high", clip, clip, clip, clip, "-o", out});
-    QString errors;
-    // The first progress line says the export is under way.
-    while (!errors.contains(QLatin1Char('%')) && process.waitForReadyRead(60'000))
-        errors += QString::fromUtf8(process.readAllStandardError());
-    ASSERT_TRUE(errors.contains(QLatin1Char('%'))) << errors.toStdString();
-    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
-    ASSERT_TRUE(process.waitForFinished(60'000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 130);
-    EXPECT_FALSE(QFileInfo::exists(out));
+    const QString folder = scratchFolder();
+    const QString out = keptFile(folder + "/interrupted.mp4");
+    QFile::setPermissions(out, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+    const auto stop = [&](int signal) {
+        QProcess process;
+        process.setReadChannel(QProcess::StandardError);
+        process.start(QStringLiteral(VIMBO_BINARY),
+                      {"merge", "--quality", "high", clip, clip, clip, clip, "-o", out});
+        QString errors;
+        // The first progress line says the export is under way.
+        while (!errors.contains(QLatin1Char('%')) && process.waitForReadyRead(60'000))
+            errors += QString::fromUtf8(process.readAllStandardError());
+        EXPECT_TRUE(errors.contains(QLatin1Char('%'))) << errors.toStdString();
+        ::kill(static_cast<pid_t>(process.processId()), signal);
+        EXPECT_TRUE(process.waitForFinished(60'000));
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -signal;
+    };
+    EXPECT_EQ(stop(SIGINT), 130);
+    EXPECT_EQ(contents(out), "an older movie");
+    EXPECT_EQ(leftovers(folder), QStringList());
+
+    EXPECT_EQ(stop(SIGKILL), -SIGKILL);
+    EXPECT_EQ(contents(out), "an older movie");
+    EXPECT_EQ(leftovers(folder).size(), 1);
+
+    const ProgramRun r = vimbo({"merge", clip, "-o", folder + "/new"});
+    EXPECT_EQ(lastLine(r.err), "Wrote " + folder + "/new.mp4") << "the format's suffix added";
+    EXPECT_EQ(leftovers(folder), QStringList()) << "the killed run's file is gone";
+    const auto mode = [](const QString& path) {
+        struct stat s = {};
+        ::stat(QFile::encodeName(path).constData(), &s);
+        return s.st_mode & 0777;
+    };
+    const mode_t umask = ::umask(0);
+    ::umask(umask);
+    EXPECT_EQ(mode(folder + "/new.mp4"), 0666 & ~umask) << "a new file's";
+    EXPECT_EQ(vimbo({"merge", clip, "-o", out}).exitCode, 0);
+    EXPECT_EQ(decodeErrors(out), QString());
+    EXPECT_EQ(mode(out), 0640u) << "the replaced file's";
 }
 
 } // namespace

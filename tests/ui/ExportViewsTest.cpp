@@ -10,6 +10,7 @@
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -122,6 +123,27 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     find<QPushButton>("Export…")->click();
     dialog = saveDialog();
     ASSERT_NE(dialog, nullptr);
+    // One of the clips, "Replace?" answered yes: the sentence, nothing touched, and the dialog
+    // again where the person was.
+    const QString clip = views.files() + QStringLiteral("/a.mp4");
+    const auto bytes = [&] {
+        QFile file(clip);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray before = bytes();
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    dialog->selectFile(clip);
+    QMetaObject::invokeMethod(dialog, "accept");
+    QMessageBox* refusal = nullptr;
+    ASSERT_TRUE(waitUntil([&] { return (refusal = openWindow<QMessageBox>()) != nullptr; }, 5000));
+    EXPECT_EQ(refusal->text(), QStringLiteral("The movie can’t be saved as “a.mp4” because that "
+                                              "is one of its clips."));
+    refusal->button(QMessageBox::Ok)->click();
+    dialog = saveDialog();
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->selectedFiles().value(0), clip);
+    EXPECT_EQ(views.exporter().state().kind, Kind::idle);
+    EXPECT_EQ(bytes(), before);
     const QString out = scratchFolder() + QStringLiteral("/Holiday.mov");
     dialog->selectFile(out);
     QMetaObject::invokeMethod(dialog, "accept"); // the Save button
