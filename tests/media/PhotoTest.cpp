@@ -154,9 +154,9 @@ TEST(PhotoLoad, JpegXl) {
     EXPECT_TRUE(Photo::load(file(cut.fileName()), 200).isNull());
 }
 
-// Display P3 photos, as phones take them, come out in sRGB whether an nclx box (AVIF) or an
-// ICC profile (JPEG) says so: measured against FFmpeg's conversion of the primaries in linear
-// light, and against the pixels read as if they were sRGB already.
+// Display P3 photos, as phones take them, come out in sRGB whether an nclx box (AVIF), an ICC
+// profile (JPEG) or the colour encoding of a JPEG XL says so: measured against FFmpeg's conversion
+// of the primaries in linear light, and against the pixels read as if they were sRGB already.
 TEST(PhotoLoad, WideGamutBecomesSrgb) {
     // Half saturated: the pattern's pure colours lie beyond sRGB either way.
     const QString pattern = "-f lavfi -i testsrc2=size=320x180:rate=1,hue=s=0.5 -frames:v 1 ";
@@ -186,7 +186,11 @@ TEST(PhotoLoad, WideGamutBecomesSrgb) {
             sum += std::abs(int(std::uint8_t(a[i])) - int(std::uint8_t(b[i])));
         return sum / double(std::max<qsizetype>(1, a.size()));
     };
-    for (const QString& path : {avif, jpeg}) {
+    const QString jxl =
+        test::generated("p3-half.jxl", (pattern + "-pix_fmt rgb24 -color_primaries smpte432 "
+                                                  "-color_trc iec61966-2-1 -distance 0")
+                                           .split(' '));
+    for (const QString& path : {avif, jpeg, jxl}) {
         const QString base = QFileInfo(path).suffix();
         // FFmpeg's own YCbCr to RGB first: zscale takes no JPEG.
         const QByteArray reference =
