@@ -2,6 +2,7 @@
 
 #include "media/PhotoMetadata.h"
 
+#include <QColorSpace>
 #include <QFile>
 
 #include <cstring>
@@ -61,7 +62,24 @@ private:
 struct Decoded {
     JxlFacts facts;
     QImage image;
+    QColorSpace space; // of the pixels as libjxl hands them out; invalid when unknown
 };
+
+// The colour space libjxl writes the pixels in: the file's own unless it is stored as XYB, which
+// libjxl turns into a space of its choosing.
+QColorSpace outputSpace(const JxlDecoder* d) {
+    std::size_t size = 0;
+    if (JxlDecoderGetICCProfileSize(d, nullptr, JXL_COLOR_PROFILE_TARGET_DATA, &size) !=
+            JXL_DEC_SUCCESS ||
+        size == 0)
+        return {};
+    QByteArray icc(static_cast<qsizetype>(size), Qt::Uninitialized);
+    if (JxlDecoderGetColorAsICCProfile(d, nullptr, JXL_COLOR_PROFILE_TARGET_DATA,
+                                       reinterpret_cast<std::uint8_t*>(icc.data()),
+                                       size) != JXL_DEC_SUCCESS)
+        return {};
+    return QColorSpace::fromIccProfile(icc);
+}
 
 // Runs libjxl over the whole file: the facts always, the pixels when `pixels`.
 std::optional<Decoded> decode(const QString& path, bool pixels) {
@@ -71,7 +89,8 @@ std::optional<Decoded> decode(const QString& path, bool pixels) {
     const QByteArray data = file.readAll();
     const JxlDecoderPtr decoder = JxlDecoderMake(nullptr);
     JxlDecoder* d = decoder.get();
-    const int events = JXL_DEC_BASIC_INFO | (pixels ? JXL_DEC_FULL_IMAGE : JXL_DEC_BOX);
+    const int events =
+        JXL_DEC_BASIC_INFO | (pixels ? JXL_DEC_COLOR_ENCODING | JXL_DEC_FULL_IMAGE : JXL_DEC_BOX);
     if (!d || JxlDecoderSubscribeEvents(d, events) != JXL_DEC_SUCCESS ||
         JxlDecoderSetDecompressBoxes(d, JXL_TRUE) != JXL_DEC_SUCCESS)
         return std::nullopt;
@@ -103,6 +122,9 @@ std::optional<Decoded> decode(const QString& path, bool pixels) {
                                      : QSize(int(info.xsize), int(info.ysize));
             break;
         }
+        case JXL_DEC_COLOR_ENCODING:
+            out.space = outputSpace(d);
+            break;
         case JXL_DEC_BOX:
             exif.start(d);
             break;
@@ -121,8 +143,9 @@ std::optional<Decoded> decode(const QString& path, bool pixels) {
                 return std::nullopt;
             break;
         }
-        case JXL_DEC_FULL_IMAGE:
-            return out; // the first frame: what a still shows
+        case JXL_DEC_FULL_IMAGE: // the first frame: what a still shows
+            out.image.setColorSpace(out.space);
+            return out;
         case JXL_DEC_SUCCESS:
             if (pixels)
                 return std::nullopt;

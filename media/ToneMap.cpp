@@ -102,6 +102,25 @@ float hableOverX(float x) {
     return (numerator - hableE / hableF * denominator) / (denominator * x);
 }
 
+// The matrix from linear RGB in `primaries` to linear BT.709 RGB, both with a D65 white.
+const float* gamutTo709(ToneMapping::Primaries primaries) {
+    static constexpr float bt2020[9] = {1.6604910f,  -0.5876411f, -0.0728499f,
+                                        -0.1245505f, 1.1328999f,  -0.0083494f,
+                                        -0.0181508f, -0.1005789f, 1.1187297f};
+    static constexpr float p3[9] = {1.2249402f, -0.2249402f, 0,           -0.0420570f, 1.0420570f,
+                                    0,          -0.0196376f, -0.0786360f, 1.0982736f};
+    static constexpr float same[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+    switch (primaries) {
+    case ToneMapping::Primaries::p3:
+        return p3;
+    case ToneMapping::Primaries::bt709:
+        return same;
+    case ToneMapping::Primaries::bt2020:
+        break;
+    }
+    return bt2020;
+}
+
 // The red and blue luma weights of a YCbCr matrix.
 std::pair<double, double> weights(ToneMapping::Matrix m) {
     switch (m) {
@@ -162,12 +181,7 @@ public:
         cbToG_ = float(-2 * kb * (1 - kb) / kg);
         crToG_ = float(-2 * kr * (1 - kr) / kg);
         cbToB_ = float(2 * (1 - kb));
-        // BT.2020 to BT.709 primaries, both with a D65 white, in linear light.
-        static constexpr float wide[9] = {1.6604910f,  -0.5876411f, -0.0728499f,
-                                          -0.1245505f, 1.1328999f,  -0.0083494f,
-                                          -0.0181508f, -0.1005789f, 1.1187297f};
-        static constexpr float same[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
-        std::copy_n(m.wideGamut ? wide : same, 9, gamut_);
+        std::copy_n(gamutTo709(m.primaries), 9, gamut_);
     }
 
     // A chroma code as a signed difference (−0.5…0.5).
@@ -271,13 +285,19 @@ public:
         , rows_{RgbRow(width), RgbRow(width)} {}
 
     void map(const AVFrame& src, AVFrame* dst, int cy, int rows) {
+        const bool rgb = dst->format == AV_PIX_FMT_RGB24;
         for (int r = 0; r < rows; ++r) {
             upsampleChroma(mapper_, src, 1, cy, r, width_, mixed_.data(), u_.data());
             upsampleChroma(mapper_, src, 2, cy, r, width_, mixed_.data(), v_.data());
             RgbRow& p = rows_[static_cast<std::size_t>(r)];
             mapper_.map(row16(src, 0, 2 * cy + r), u_.data(), v_.data(), p);
-            writeLuma(p, row8(dst, 0, 2 * cy + r));
+            if (rgb)
+                writeRgb(p, row8(dst, 0, 2 * cy + r));
+            else
+                writeLuma(p, row8(dst, 0, 2 * cy + r));
         }
+        if (rgb)
+            return;
         // Each chroma sample from the mean of its block's pixels.
         std::uint8_t *cb = row8(dst, 1, cy), *cr = row8(dst, 2, cy);
         const RgbRow& last = rows_[static_cast<std::size_t>(rows - 1)];
@@ -297,6 +317,17 @@ public:
     }
 
 private:
+    void writeRgb(const RgbRow& p, std::uint8_t* __restrict out) const {
+        const float* __restrict r = p.r.data();
+        const float* __restrict g = p.g.data();
+        const float* __restrict b = p.b.data();
+        for (int x = 0; x < width_; ++x) {
+            out[3 * x] = code(0.5f + 255 * r[x]);
+            out[3 * x + 1] = code(0.5f + 255 * g[x]);
+            out[3 * x + 2] = code(0.5f + 255 * b[x]);
+        }
+    }
+
     void writeLuma(const RgbRow& p, std::uint8_t* __restrict y) const {
         const float* __restrict r = p.r.data();
         const float* __restrict g = p.g.data();
@@ -361,7 +392,16 @@ std::optional<ToneMapping> toneMappingOf(const AVFrame& frame) {
     default:
         return std::nullopt;
     }
-    m.wideGamut = frame.color_primaries != AVCOL_PRI_BT709;
+    switch (frame.color_primaries) {
+    case AVCOL_PRI_BT709:
+        m.primaries = ToneMapping::Primaries::bt709;
+        break;
+    case AVCOL_PRI_SMPTE432:
+        m.primaries = ToneMapping::Primaries::p3;
+        break;
+    default: // BT.2020, as HDR video is unless it says otherwise
+        break;
+    }
     switch (frame.colorspace) {
     case AVCOL_SPC_BT709:
         m.matrix = ToneMapping::Matrix::bt709;
@@ -387,7 +427,8 @@ void toneMap(const ToneMapping& mapping, const AVFrame& source, AVFrame* target)
         blocks.map(source, target, cy, std::min(2, height - 2 * cy));
 }
 
-ff::FramePtr toneMapped(const AVFrame& frame, int width, int height, int swsFlags) {
+ff::FramePtr toneMapped(const AVFrame& frame, int width, int height, int swsFlags,
+                        AVPixelFormat format) {
     const std::optional<ToneMapping> mapping = toneMappingOf(frame);
     if (!mapping)
         return nullptr;
@@ -395,7 +436,7 @@ ff::FramePtr toneMapped(const AVFrame& frame, int width, int height, int swsFlag
     if (!wide || !out)
         return nullptr;
     wide->format = AV_PIX_FMT_YUV420P16;
-    out->format = AV_PIX_FMT_YUV420P;
+    out->format = format;
     for (AVFrame* f : {wide.get(), out.get()}) {
         f->width = width;
         f->height = height;
@@ -417,8 +458,8 @@ ff::FramePtr toneMapped(const AVFrame& frame, int width, int height, int swsFlag
     toneMap(*mapping, *wide, out.get());
     out->color_primaries = AVCOL_PRI_BT709;
     out->color_trc = AVCOL_TRC_BT709;
-    out->colorspace = AVCOL_SPC_BT709;
-    out->color_range = AVCOL_RANGE_MPEG;
+    out->colorspace = format == AV_PIX_FMT_RGB24 ? AVCOL_SPC_RGB : AVCOL_SPC_BT709;
+    out->color_range = format == AV_PIX_FMT_RGB24 ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     return out;
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
-// HDR video (PQ or HLG) turned into the SDR BT.709 pictures that everything after decoding
-// works with: the compositor, the filmstrip, every encoder. Without it an HDR phone clip shows
-// grey and flat, because its transfer and wide gamut would be read as if they were SDR's.
+// HDR video and photos (PQ or HLG) turned into the SDR BT.709 pictures that everything after
+// decoding works with: the compositor, the filmstrip, every encoder. Without it an HDR phone clip
+// or photo shows grey and flat, because its transfer and wide gamut would be read as if they were
+// SDR's.
 //
 // The steps are those of FFmpeg's reference chain
 //   zscale=t=linear:npl=100, zscale=p=bt709, tonemap=hable:desat=0, zscale=t=bt709:m=bt709:r=tv
@@ -28,7 +29,10 @@ namespace vimbo {
 struct ToneMapping {
     enum class Transfer { pq, hlg };
     Transfer transfer = Transfer::pq;
-    bool wideGamut = true; // BT.2020 primaries (everything but BT.709)
+    // The source's primaries, all with a D65 white: BT.2020 for everything but BT.709 and the
+    // Display P3 (SMPTE EG 432-1) of phone photos.
+    enum class Primaries { bt2020, p3, bt709 };
+    Primaries primaries = Primaries::bt2020;
     enum class Matrix { bt2020, bt709, bt601 };
     Matrix matrix = Matrix::bt2020; // of the source's YCbCr
     bool fullRange = false;         // YCbCr codes span 0…max instead of 16…235 (scaled)
@@ -44,12 +48,15 @@ struct ToneMapping {
 std::optional<ToneMapping> toneMappingOf(const AVFrame& frame);
 
 // Maps `source` (yuv420p16, in the YCbCr of the HDR source as `mapping` describes it) into
-// `target` (yuv420p, limited range BT.709) of the same size: every pixel of both planes of
-// luma and chroma is written, nothing outside them.
+// `target` of the same size: yuv420p, limited range BT.709 (every pixel of both planes of luma
+// and chroma is written, nothing outside them), or rgb24 with BT.709 primaries and BT.1886
+// encoding (the full chroma of each pixel, as a photo keeps it).
 void toneMap(const ToneMapping& mapping, const AVFrame& source, AVFrame* target);
 
 // The whole `frame` scaled to width × height (swscale with `swsFlags`) and tone-mapped: a new
-// yuv420p BT.709 frame. Null when the frame is not HDR or memory runs out.
-ff::FramePtr toneMapped(const AVFrame& frame, int width, int height, int swsFlags);
+// frame in `format` (yuv420p or rgb24) as toneMap() writes it. Null when the frame is not HDR or
+// memory runs out.
+ff::FramePtr toneMapped(const AVFrame& frame, int width, int height, int swsFlags,
+                        AVPixelFormat format = AV_PIX_FMT_YUV420P);
 
 } // namespace vimbo

@@ -3,6 +3,7 @@
 #include "tests/support/Dng.h"
 #include "tests/support/Media.h"
 
+#include <QColorSpace>
 #include <QFile>
 #include <QFileInfo>
 
@@ -151,6 +152,62 @@ TEST(PhotoLoad, JpegXl) {
     cut.write(whole.readAll().chopped(40));
     cut.close();
     EXPECT_TRUE(Photo::load(file(cut.fileName()), 200).isNull());
+}
+
+// Display P3 photos, as phones take them, come out in sRGB whether an nclx box (AVIF), an ICC
+// profile (JPEG) or the colour encoding of a JPEG XL says so: measured against FFmpeg's conversion
+// of the primaries in linear light, and against the pixels read as if they were sRGB already.
+TEST(PhotoLoad, WideGamutBecomesSrgb) {
+    // Half saturated: the pattern's pure colours lie beyond sRGB either way.
+    const QString pattern = "-f lavfi -i testsrc2=size=320x180:rate=1,hue=s=0.5 -frames:v 1 ";
+    const QString avif = test::generated(
+        "p3-half.avif",
+        (pattern + "-pix_fmt yuv444p -c:v libaom-av1 -crf 4 -still-picture 1 "
+                   "-color_primaries smpte432 -color_trc iec61966-2-1 -colorspace bt709")
+            .split(' '));
+    const QString jpeg = test::scratchFolder() + "/p3.jpg";
+    ASSERT_TRUE(QFile::copy(
+        test::generated("srgb-half.jpg", (pattern + "-pix_fmt yuvj444p -q:v 1").split(' ')), jpeg));
+    QFile icc(test::scratchFolder() + "/p3.icc");
+    ASSERT_TRUE(icc.open(QIODevice::WriteOnly));
+    icc.write(QColorSpace(QColorSpace::DisplayP3).iccProfile());
+    icc.close();
+    test::run("exiftool", {"-q", "-overwrite_original", "-icc_profile<=" + icc.fileName(), jpeg});
+    const auto rgb = [](const QString& name, const QString& input, const QString& chain) {
+        QFile f(test::generated(name, {"-i", input, "-vf", chain + ",format=rgb24", "-f",
+                                       "rawvideo", "-pix_fmt", "rgb24"}));
+        EXPECT_TRUE(f.open(QIODevice::ReadOnly));
+        return f.readAll();
+    };
+    const auto error = [](const QByteArray& a, const QByteArray& b) {
+        EXPECT_EQ(a.size(), b.size());
+        double sum = 0;
+        for (qsizetype i = 0; i < std::min(a.size(), b.size()); ++i)
+            sum += std::abs(int(std::uint8_t(a[i])) - int(std::uint8_t(b[i])));
+        return sum / double(std::max<qsizetype>(1, a.size()));
+    };
+    const QString jxl =
+        test::generated("p3-half.jxl", (pattern + "-pix_fmt rgb24 -color_primaries smpte432 "
+                                                  "-color_trc iec61966-2-1 -distance 0")
+                                           .split(' '));
+    for (const QString& path : {avif, jpeg, jxl}) {
+        const QString base = QFileInfo(path).suffix();
+        // FFmpeg's own YCbCr to RGB first: zscale takes no JPEG.
+        const QByteArray reference =
+            rgb(base + "-p3-reference.rgb", path,
+                "format=gbrp,zscale=min=gbr:m=gbr:pin=smpte432:p=smpte432:tin=iec61966-2-1:"
+                "t=linear,format=gbrpf32le,zscale=p=bt709,zscale=t=iec61966-2-1,format=gbrp");
+        const QByteArray naive = rgb(base + "-p3-naive.rgb", path, "format=gbrp");
+        const QImage image = Photo::load(file(path), 320).convertToFormat(QImage::Format_RGB888);
+        QByteArray ours;
+        for (int y = 0; y < image.height(); ++y)
+            ours.append(reinterpret_cast<const char*>(image.constScanLine(y)), 3 * image.width());
+        const double e = error(ours, reference), naiveError = error(naive, reference);
+        std::printf("%s: mean absolute error %.2f (as sRGB: %.2f)\n", qPrintable(base), e,
+                    naiveError);
+        EXPECT_LT(e, 1.0) << base.toStdString();
+        EXPECT_LT(e * 10, naiveError) << base.toStdString();
+    }
 }
 
 } // namespace

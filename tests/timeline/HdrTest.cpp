@@ -1,8 +1,9 @@
-// HDR video as it comes out of the renderer: tone-mapped to SDR BT.709, measured against
-// FFmpeg's reference chain and against the conversion of the matrix alone (which shows HDR
-// grey and washed out).
+// HDR video and photos as they come out of the renderer and the filmstrip: tone-mapped to SDR
+// BT.709, measured against FFmpeg's reference chain and against the conversion of the matrix
+// alone (which shows HDR grey and washed out).
 
 #include "media/MediaProbe.h"
+#include "media/Thumbnail.h"
 #include "media/ToneMap.h"
 #include "media/ff/Decoder.h"
 #include "tests/support/Media.h"
@@ -20,6 +21,8 @@ namespace {
 
 const QString referenceChain = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
                                "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv,format=yuv420p";
+const QString referenceChainRgb = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
+                                  "tonemap=hable:desat=0,zscale=t=bt709,format=gbrp";
 const QString matrixOnly = "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
 
 // A phone-like HEVC Main 10 clip of two frames: the test pattern's SDR white placed at
@@ -35,10 +38,24 @@ QString hdrClip(const QString& transfer) {
             .split(' '));
 }
 
-// The first frame of `clip` through an ffmpeg filter chain, as raw yuv420p.
-QByteArray ffmpegFrame(const QString& clip, const QString& name, const QString& chain) {
-    QFile file(test::generated(name, {"-i", clip, "-vf", chain, "-frames:v", "1", "-f", "rawvideo",
-                                      "-pix_fmt", "yuv420p"}));
+// A phone-like 10-bit AVIF photo of the same pattern, in Display P3.
+QString hdrPhoto(const QString& transfer) {
+    return test::generated(
+        "hdr-photo-" + transfer + ".avif",
+        QString("-f lavfi -i testsrc2=size=320x180:rate=1 -frames:v 1 -vf "
+                "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=%1:p=smpte432:m=bt2020nc:r=tv:npl="
+                "1000,format=yuv420p10le -c:v libaom-av1 -crf 16 -still-picture 1 "
+                "-color_primaries smpte432 -color_trc %1 -colorspace bt2020nc")
+            .arg(transfer)
+            .split(' '));
+}
+
+// The first frame of `clip` through an ffmpeg filter chain, as raw yuv420p (or the chain's
+// own `format`).
+QByteArray ffmpegFrame(const QString& clip, const QString& name, const QString& chain,
+                       const QString& format = "yuv420p") {
+    QFile file(test::generated(
+        name, {"-i", clip, "-vf", chain, "-frames:v", "1", "-f", "rawvideo", "-pix_fmt", format}));
     EXPECT_TRUE(file.open(QIODevice::ReadOnly));
     return file.readAll();
 }
@@ -59,7 +76,7 @@ QByteArray bytesOf(const AVFrame& frame, int planes) {
 QByteArray renderedFrame(const QString& clip) {
     const QUrl url = QUrl::fromLocalFile(clip);
     const Segment s{url, MediaProbe::probe(url), {}};
-    EXPECT_TRUE(s.info.isHDR);
+    EXPECT_TRUE(s.info.isHDR || s.info.kind == MediaKind::photo);
     VideoRenderer renderer(std::make_shared<const Timeline>(
         Timeline::build({s}, {FrameShape::auto_, FillMode::fit}, std::nullopt, false)));
     return bytesOf(*renderer.render(0), 3);
@@ -75,6 +92,19 @@ QByteArray scaledLuma(const QString& clip, int width, int height) {
     return mapped ? bytesOf(*mapped, 1) : QByteArray();
 }
 
+// The pixels of a photo's filmstrip picture, row after row of RGB.
+QByteArray tileOf(const QString& photo, int longest) {
+    const std::optional<QImage> tile =
+        Thumbnail::make(QUrl::fromLocalFile(photo), MediaKind::photo, longest);
+    if (!tile)
+        return {};
+    const QImage rgb = tile->convertToFormat(QImage::Format_RGB888);
+    QByteArray bytes;
+    for (int y = 0; y < rgb.height(); ++y)
+        bytes.append(reinterpret_cast<const char*>(rgb.constScanLine(y)), 3 * rgb.width());
+    return bytes;
+}
+
 double meanAbsoluteError(const QByteArray& a, const QByteArray& b) {
     EXPECT_EQ(a.size(), b.size());
     double sum = 0;
@@ -83,7 +113,8 @@ double meanAbsoluteError(const QByteArray& a, const QByteArray& b) {
     return sum / double(std::max<qsizetype>(1, a.size()));
 }
 
-// A clip name: generated ones by their transfer, real samples by file name.
+// A clip name: generated ones by their transfer ("photo " before it for a photo), real samples
+// by file name.
 class Hdr : public testing::TestWithParam<const char*> {};
 
 TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
@@ -91,10 +122,18 @@ TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
     const bool generated = !name.contains('.');
     if (!generated && test::sampleFolder().isEmpty())
         GTEST_SKIP() << "the shared sample media are not on this machine";
-    const QString clip = generated ? hdrClip(name) : test::sample(name);
+    const bool photo = name.startsWith("photo ");
+    const QString clip = !generated ? test::sample(name)
+                         : photo    ? hdrPhoto(name.section(' ', 1))
+                                    : hdrClip(name);
     const QByteArray ours = renderedFrame(clip);
     const QString base = QFileInfo(clip).completeBaseName();
-    const QByteArray reference = ffmpegFrame(clip, base + "-reference.yuv", referenceChain);
+    // A photo's reference ends in RGB, as a photo's pixels do, and becomes a frame as an SDR
+    // photo does.
+    const QByteArray reference = ffmpegFrame(
+        clip, base + "-reference.yuv",
+        photo ? referenceChainRgb + ",scale=out_color_matrix=bt709:out_range=tv,format=yuv420p"
+              : referenceChain);
     const QByteArray naive = ffmpegFrame(clip, base + "-matrix-only.yuv", matrixOnly);
     const double error = meanAbsoluteError(ours, reference);
     const double naiveError = meanAbsoluteError(naive, reference);
@@ -103,7 +142,20 @@ TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
     // Real clips keep closer to the reference than the synthetic pattern's hard edges allow.
     EXPECT_LT(error, generated ? 1.0 : 0.5);
     EXPECT_LT(error * 10, naiveError);
-    if (generated) {
+    if (photo) {
+        // The filmstrip's picture, scaled down to an odd size (before the mapping, where the
+        // chain scales after it).
+        const QString scale = ",scale=161:91:flags=bicubic,format=rgb24";
+        const QByteArray tileReference =
+            ffmpegFrame(clip, base + "-reference-161x91.rgb", referenceChainRgb + scale, "rgb24");
+        const double tileError = meanAbsoluteError(tileOf(clip, 161), tileReference);
+        const double tileNaive = meanAbsoluteError(
+            ffmpegFrame(clip, base + "-naive-161x91.rgb", "format=gbrp" + scale, "rgb24"),
+            tileReference);
+        std::printf("%s tile: mean absolute error %.2f (as SDR: %.2f)\n", qPrintable(name),
+                    tileError, tileNaive);
+        EXPECT_LT(tileError * 5, tileNaive);
+    } else if (generated) {
         // Scaled down first to odd sizes (blocks cut at the right and bottom edges).
         const QString scale = ",scale=161:91:flags=bicubic";
         const QByteArray scaledReference =
@@ -117,7 +169,9 @@ TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Generated, Hdr, testing::Values("smpte2084", "arib-std-b67"));
+INSTANTIATE_TEST_SUITE_P(Generated, Hdr,
+                         testing::Values("smpte2084", "arib-std-b67", "photo smpte2084",
+                                         "photo arib-std-b67"));
 INSTANTIATE_TEST_SUITE_P(Samples, Hdr,
                          testing::Values("hlg10-color-test.mp4", "dolbyVision-hdr.MOV",
                                          "hdr10-video-with-sdr-container.mp4",
