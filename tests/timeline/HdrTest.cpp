@@ -19,10 +19,22 @@
 namespace vimbo {
 namespace {
 
-const QString referenceChain = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
-                               "tonemap=hable:desat=0,zscale=t=bt709:m=bt709:r=tv,format=yuv420p";
-const QString referenceChainRgb = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
-                                  "tonemap=hable:desat=0,zscale=t=bt709,format=gbrp";
+// BT.1886 encoding of one channel of linear light, continued below zero by symmetry.
+QString encoded(const QString& channel) {
+    const QString v = channel + "(X,Y)";
+    return QString("if(gte(%1,0),pow(%1,1/2.4),-pow(-%1,1/2.4))").arg(v);
+}
+
+// FFmpeg's tone mapping, with the light encoded by geq rather than by zscale: zimg encodes with
+// a curve that goes on below zero (as the renderer's does) on processors with AVX-512, and with
+// a table that stops at zero on all others, which put the colours outside BT.709 up to ten codes
+// apart and made the reference depend on the machine.
+const QString referenceToneMap = "zscale=t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,"
+                                 "tonemap=hable:desat=0,geq=r='" +
+                                 encoded("r") + "':g='" + encoded("g") + "':b='" + encoded("b") +
+                                 "',zscale=tin=bt709:t=bt709";
+const QString referenceChain = referenceToneMap + ":m=bt709:r=tv,format=yuv420p";
+const QString referenceChainRgb = referenceToneMap + ",format=gbrp";
 const QString matrixOnly = "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
 
 // A phone-like HEVC Main 10 clip of two frames: the test pattern's SDR white placed at
