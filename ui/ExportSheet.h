@@ -9,9 +9,8 @@
 // Format and quality are kept in QSettings under "format" and "quality" (a value that cannot
 // be read gives MP4 and Original). "Export…" closes the sheet, captures what to export (the
 // playable clips, the layout, format and quality as shown) and opens the save dialog; the
-// export starts only when that dialog is confirmed. However the sheet closes, it sets
-// project.setShowExport(false); the window should delete it later, not inside that signal.
-// Interface thread; the project and the controller must outlive the sheet.
+// export starts only when that dialog is confirmed. Interface thread; the project and the
+// controller must outlive the sheet.
 
 #include "export/ExportChoices.h"
 #include "model/Layout.h"
