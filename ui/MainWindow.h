@@ -55,8 +55,8 @@ public:
     QUndoStack& undoStack() { return undoStack_; }
     FileIntake& intake() { return *intake_; }
 
-    // The window's dialogs, which its menus, tool bar, empty state and filmstrip ask for. One
-    // of each at a time: asking for one already open does nothing.
+    // The window's dialogs, which its menus, tool bar, empty state and filmstrip ask for. The
+    // picker and the sheet are open once at most: asking for one already open does nothing.
     void chooseFiles();
     void openPhotoPicker();
     void openExportSheet();
