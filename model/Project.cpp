@@ -63,16 +63,6 @@ Project::~Project() {
     workers_.waitForDone();
 }
 
-void Project::setShowPhotosPicker(bool show) {
-    if (std::exchange(showPhotosPicker_, show) != show)
-        emit showPhotosPickerChanged();
-}
-
-void Project::setShowExport(bool show) {
-    if (std::exchange(showExport_, show) != show)
-        emit showExportChanged();
-}
-
 // Every assignment of clips or layout goes through these two, so each one schedules a save.
 void Project::setClips(std::vector<Clip> clips) {
     clips_ = std::move(clips);

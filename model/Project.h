@@ -56,15 +56,10 @@ public:
     const QHash<QUuid, MediaInfo>& info() const { return info_; }
     const QHash<QUuid, QImage>& thumbnails() const { return thumbnails_; }
     const QSet<QUuid>& selection() const { return selection_; }
-    bool showPhotosPicker() const { return showPhotosPicker_; }
-    bool showExport() const { return showExport_; }
     bool canUndo() const { return canUndo_; }
     bool canRedo() const { return canRedo_; }
     std::int64_t nextAdded() const { return nextAdded_; }
     const std::optional<SessionStore>& store() const { return store_; }
-
-    void setShowPhotosPicker(bool show);
-    void setShowExport(bool show);
 
     // The clip list.
     void add(const QList<QUrl>& urls);
@@ -133,8 +128,6 @@ signals:
     void infoChanged();
     void thumbnailsChanged();
     void selectionChanged();
-    void showPhotosPickerChanged();
-    void showExportChanged();
     void canUndoChanged();
     void canRedoChanged();
     // isReading() has become false: every clip's facts are in.
@@ -173,8 +166,6 @@ private:
     QHash<QUuid, QImage> thumbnails_;
     QHash<QString, QImage> turnedThumbnails_;
     QSet<QUuid> selection_;
-    bool showPhotosPicker_ = false;
-    bool showExport_ = false;
     bool canUndo_ = false;
     bool canRedo_ = false;
     std::int64_t nextAdded_ = 0;

@@ -14,7 +14,7 @@ AudioRenderer::AudioRenderer(std::shared_ptr<const Timeline> timeline,
     if (const CompositionTrack* track = timeline_->composition().track(MediaType::audio)) {
         for (const Edit& e : track->edits()) {
             const Piece p{sampleAt(e.target.start), sampleAt(e.target.end()), &e};
-            if (!e.source.carrier && p.end > p.start)
+            if (!e.source.isBlank() && p.end > p.start)
                 pieces_.push_back(p);
         }
     }

@@ -1,7 +1,6 @@
 #include "media/VideoTrack.h"
 #include "media/ff/Demuxer.h"
 #include "model/VimboError.h"
-#include "timeline/Carrier.h"
 #include "timeline/Timeline.h"
 
 namespace vimbo {
@@ -34,8 +33,8 @@ bool decodable(const ff::Demuxer& input, int stream) {
 // The state of one build: the tracks being filled and the cursor after the last segment.
 class Assembly {
 public:
-    Assembly(std::optional<Carrier::Tracks> carrier, const Layout& layout)
-        : carrier_(std::move(carrier))
+    Assembly(bool composed, const Layout& layout)
+        : composed_(composed)
         , layout_(layout) {}
 
     void add(const Segment& s) {
@@ -64,19 +63,15 @@ private:
     CompositionTrack& audio() { return *composition_.track(MediaType::audio); }
 
     void addPhoto(const Segment& s) {
-        if (!carrier_)
+        if (!composed_)
             throw VimboError::nothingToMerge();
         const double shown = s.edits.photoDuration <= ClipEdits::shortestClip
                                  ? ClipEdits::shortestClip
                                  : s.edits.photoDuration;
         const MediaTime p = MediaTime::fromSeconds(shown);
-        const TimeRange whole{MediaTime::zero(), Carrier::duration()};
-        if (p > MediaTime::zero()) {
-            video().insert(carrier_->video, whole, cursor_);
-            video().scale({cursor_, Carrier::duration()}, p);
-            audio().insert(carrier_->audio, whole, cursor_);
-            audio().scale({cursor_, Carrier::duration()}, p);
-        }
+        // Both tracks run without gaps, so every output time finds an edit.
+        video().insertBlank({cursor_, p});
+        audio().insertBlank({cursor_, p});
         instructions_.emplace_back(TimeRange{cursor_, p}, std::nullopt,
                                    CompositorInstruction::Photo{s.url, s.info.size},
                                    s.edits.quarterTurns, layout_.fill);
@@ -132,13 +127,11 @@ private:
     }
 
     void silence(const TimeRange& range) {
-        if (!carrier_ || range.isEmpty())
-            return;
-        audio().insert(carrier_->audio, {MediaTime::zero(), Carrier::duration()}, range.start);
-        audio().scale({range.start, Carrier::duration()}, range.duration);
+        if (composed_)
+            audio().insertBlank(range);
     }
 
-    std::optional<Carrier::Tracks> carrier_;
+    bool composed_; // false in passthrough, which takes no photos and leaves out silence
     Layout layout_;
     Composition composition_;
     MediaTime cursor_ = MediaTime::zero();
@@ -158,10 +151,7 @@ Timeline Timeline::build(const std::vector<Segment>& segments, const Layout& lay
     if (usable.empty())
         throw VimboError::nothingToMerge();
     const Size size = renderSize(usable, layout, maxLongEdge);
-    std::optional<Carrier::Tracks> carrier;
-    if (!passthrough)
-        carrier = Carrier::tracks();
-    Assembly assembly(carrier, layout);
+    Assembly assembly(!passthrough, layout);
     for (const Segment& s : usable)
         assembly.add(s);
     return std::move(assembly).finish(size, passthrough, frameDuration(usable));

@@ -70,6 +70,10 @@ void CompositionTrack::insert(const SourceTrack& source, const TimeRange& range,
     edits_.insert(pos, Edit{source, range, {at, range.duration}});
 }
 
+void CompositionTrack::insertBlank(const TimeRange& target) {
+    insert(SourceTrack{}, {MediaTime::zero(), target.duration}, target.start);
+}
+
 void CompositionTrack::scale(const TimeRange& range, const MediaTime& duration) {
     if (range.isEmpty())
         return;

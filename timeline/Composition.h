@@ -15,12 +15,14 @@ namespace vimbo {
 
 enum class MediaType { video, audio };
 
-// One track of one file. The carrier's tracks stand in for photos and silence: renderers never
-// need to decode them.
+// One track of one file, or none: an edit without a file holds a photo's time on the video
+// track (the compositor draws the photo there) or silence on the audio track, and nothing
+// decodes it.
 struct SourceTrack {
     QUrl url;
     int stream = -1; // the stream's index in the file
-    bool carrier = false;
+
+    bool isBlank() const { return url.isEmpty(); }
 
     friend bool operator==(const SourceTrack&, const SourceTrack&) = default;
 };
@@ -55,6 +57,8 @@ public:
     // Places `range` of `source` at `at`; whatever lay at or after `at` moves later by the
     // range's duration. An edit that spans `at` is split there.
     void insert(const SourceTrack& source, const TimeRange& range, const MediaTime& at);
+    // Places an edit without a file over `target`, moving later edits as insert() does.
+    void insertBlank(const TimeRange& target);
     // Stretches whatever lies in `range` to last `duration`; later edits move to follow it.
     void scale(const TimeRange& range, const MediaTime& duration);
     // The edit whose target contains t, or none.

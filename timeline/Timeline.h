@@ -61,11 +61,10 @@ public:
              Size renderSize, MediaTime duration, std::vector<double> starts);
 
     // Lays the usable segments end to end: each video's trimmed range (stretched by its speed)
-    // with its sound or silence, each photo as the carrier's frame stretched to its time.
-    // Blocking (opens every video file); run it off the interface thread. Throws
-    // VimboError::nothingToMerge (no usable segment, or a photo in a passthrough build),
-    // VimboError::unreadable (a video file that cannot be opened or has no video), or the
-    // carrier's error.
+    // with its sound or silence, each photo as an edit without a file for its time. Blocking
+    // (opens every video file); run it off the interface thread. Throws
+    // VimboError::nothingToMerge (no usable segment, or a photo in a passthrough build) or
+    // VimboError::unreadable (a video file that cannot be opened or has no video).
     static Timeline build(const std::vector<Segment>& segments, const Layout& layout,
                           std::optional<double> maxLongEdge, bool passthrough);
 

@@ -67,7 +67,7 @@ FrameSource& VideoRenderer::source(const SourceTrack& track) {
 const AVFrame* VideoRenderer::sourceFrame(const MediaTime& t, const FrameSource** from) {
     const CompositionTrack* track = timeline_->composition().track(MediaType::video);
     const Edit* edit = track ? track->editAt(t) : nullptr;
-    if (!edit || edit->source.carrier)
+    if (!edit || edit->source.isBlank())
         return nullptr;
     FrameSource& s = source(edit->source);
     *from = &s;

@@ -4,8 +4,8 @@
 // the frame n shows output time n × frameDuration. Each time maps through the edit of the
 // composition's video track that covers it back into its source (stretch included); that
 // source's frame is decoded (sequentially, a decoder kept open per source while it is in use)
-// and drawn by the compositor under the instruction that covers the time. Photos and the
-// carrier decode nothing.
+// and drawn by the compositor under the instruction that covers the time. Photos (edits
+// without a file) decode nothing.
 //
 // Threads: one thread at a time calls render() (export runs it on its video thread, the preview
 // on its decoding thread); cancelAll() may be called from any other thread. The timeline is

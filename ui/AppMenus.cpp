@@ -2,7 +2,6 @@
 
 #include "export/ExportController.h"
 #include "model/Project.h"
-#include "ui/FileChooser.h"
 #include "ui/Icons.h"
 #include "ui/Links.h"
 
@@ -55,12 +54,12 @@ void AppMenus::fillFile() {
                      [this] { project_.startOver(); });
     file->addSeparator();
     add(file, QStringLiteral("add"), tr("Add…"), {QKeySequence::Open},
-        [this] { chooseFiles(project_, &window_); });
+        [this] { emit addRequested(); });
     add(file, QStringLiteral("addFromPhotos"), tr("Add from Photos…"),
-        {keys(Qt::CTRL | Qt::SHIFT | Qt::Key_O)}, [this] { project_.setShowPhotosPicker(true); });
+        {keys(Qt::CTRL | Qt::SHIFT | Qt::Key_O)}, [this] { emit addFromPhotosRequested(); });
     file->addSeparator();
     export_ = add(file, QStringLiteral("export"), tr("Export…"), {keys(Qt::CTRL | Qt::Key_E)},
-                  [this] { project_.setShowExport(true); });
+                  [this] { emit exportRequested(); });
     file->addSeparator();
     QAction* quit = add(file, QStringLiteral("quit"), tr("Quit"), {keys(Qt::CTRL | Qt::Key_Q)},
                         [this] { window_.close(); });

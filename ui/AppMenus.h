@@ -31,6 +31,12 @@ public:
     // The View menu's inspector item reads "Hide Inspector" while the column is wished for.
     void setInspectorShown(bool shown);
 
+signals:
+    // The person asked for one of the window's dialogs: Add…, Add from Photos…, Export….
+    void addRequested();
+    void addFromPhotosRequested();
+    void exportRequested();
+
 private:
     void fillFile();
     void fillEdit(QUndoStack& undoStack);

@@ -3,8 +3,6 @@
 #include "ui/FileIntake.h"
 #include "ui/MainWindow.h"
 
-#include <QPointer>
-
 namespace vimbo::ui {
 
 AppShell::AppShell(MediaAccess media, SessionStore store)
@@ -12,14 +10,9 @@ AppShell::AppShell(MediaAccess media, SessionStore store)
     , window_(std::make_unique<MainWindow>(project_, exporter_)) {
     QObject::connect(window_.get(), &MainWindow::firstShown, &project_, [this] {
         // The desktop's open request returns at once; the files are added on the next turn.
-        requests_.setHandler([project = QPointer<Project>(&project_)](const QList<QUrl>& files) {
+        requests_.setHandler([intake = &window_->intake()](const QList<QUrl>& files) {
             QMetaObject::invokeMethod(
-                project,
-                [project, files] {
-                    if (project)
-                        FileIntake::of(*project).add(files);
-                },
-                Qt::QueuedConnection);
+                intake, [intake, files] { intake->add(files); }, Qt::QueuedConnection);
         });
     });
     QObject::connect(window_.get(), &MainWindow::closing, &project_,

@@ -30,6 +30,7 @@ EditorView::EditorView(Project& project, ExportController& exporter, Player& pla
     auto* picture = new PlayerView(player, this);
     picture->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     auto* strip = new Filmstrip(project, std::move(onSelect), this);
+    connect(strip, &Filmstrip::addRequested, this, &EditorView::addRequested);
 
     auto* exportLayout = new QVBoxLayout(exportPart_);
     exportLayout->setContentsMargins(0, 0, 0, 0);

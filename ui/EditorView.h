@@ -26,6 +26,10 @@ public:
     // Whether the export bar (and the line above it) is part of the editor now.
     bool exportBarShown() const;
 
+signals:
+    // The filmstrip's add tile was clicked.
+    void addRequested();
+
 private:
     void followExport();
 

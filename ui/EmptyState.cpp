@@ -1,7 +1,5 @@
 #include "ui/EmptyState.h"
 
-#include "model/Project.h"
-#include "ui/FileChooser.h"
 #include "ui/Icons.h"
 
 #include <QApplication>
@@ -18,7 +16,7 @@ constexpr int iconSize = 64;
 
 } // namespace
 
-EmptyState::EmptyState(Project& project, QWidget* parent)
+EmptyState::EmptyState(QWidget* parent)
     : QWidget(parent)
     , icon_(new QLabel(this)) {
     icon_->setAlignment(Qt::AlignCenter);
@@ -37,8 +35,8 @@ EmptyState::EmptyState(Project& project, QWidget* parent)
     auto* photos = new QPushButton(tr("Add from Photos…"), this);
     photos->setAccessibleName(tr("Add from Photos"));
     add->setDefault(true);
-    connect(add, &QPushButton::clicked, this, [this, &project] { chooseFiles(project, window()); });
-    connect(photos, &QPushButton::clicked, this, [&project] { project.setShowPhotosPicker(true); });
+    connect(add, &QPushButton::clicked, this, &EmptyState::addRequested);
+    connect(photos, &QPushButton::clicked, this, &EmptyState::addFromPhotosRequested);
 
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();

@@ -199,7 +199,6 @@ ExportSheet::ExportSheet(Project& project, ExportController& controller, QWidget
     column->addWidget(buttons);
     exportButton->setDefault(true); // Return; only takes once the button is inside the dialog
 
-    connect(this, &QDialog::finished, this, [this] { project_.setShowExport(false); });
     // Probes landing and edits come in bursts; judge the copy once they settle.
     rejudge_->setSingleShot(true);
     rejudge_->setInterval(100);

@@ -10,10 +10,8 @@
 // be read gives MP4 and Original). "Export…" closes the sheet, captures what to export (the
 // playable clips, the layout, format and quality as shown) and opens the save dialog; the
 // export starts only when that dialog is confirmed. A file there that is one of the project's
-// clips is refused with the sentence that says so, and the dialog opens again. However the
-// sheet closes, it sets project.setShowExport(false); the window should delete it later, not
-// inside that signal.
-// Interface thread; the project and the controller must outlive the sheet.
+// clips is refused with the sentence that says so, and the dialog opens again. Interface
+// thread; the project and the controller must outlive the sheet.
 
 #include "export/ExportChoices.h"
 #include "model/Layout.h"

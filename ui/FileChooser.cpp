@@ -1,14 +1,12 @@
 #include "ui/FileChooser.h"
 
 #include "media/MediaProbe.h"
-#include "model/Project.h"
 #include "ui/FileIntake.h"
 
 #include <QAbstractItemView>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileSystemModel>
-#include <QPointer>
 #include <QSortFilterProxyModel>
 #include <QStandardPaths>
 
@@ -74,14 +72,11 @@ public:
 
 } // namespace
 
-void chooseFiles(Project& project, QWidget* parent) {
+void chooseFiles(FileIntake& intake, QWidget* parent) {
     auto* dialog = new FilesAndFoldersDialog(parent); // deletes itself on close
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    QPointer<Project> target(&project);
-    QObject::connect(dialog, &QFileDialog::accepted, dialog, [dialog, target] {
-        if (target)
-            FileIntake::of(*target).add(dialog->selectedUrls());
-    });
+    QObject::connect(dialog, &QFileDialog::accepted, &intake,
+                     [dialog, &intake] { intake.add(dialog->selectedUrls()); });
     dialog->open();
 }
 

@@ -1,19 +1,16 @@
 #pragma once
 
-// "Add…": the open dialog for photos, videos and folders, wherever the window offers it (menu,
-// toolbar, empty window, the filmstrip's add tile).
+// "Add…": the open dialog for photos, videos and folders, which the window opens wherever it
+// offers it (menu, toolbar, empty window, the filmstrip's add tile, the photo picker).
 
 class QWidget;
 
-namespace vimbo {
+namespace vimbo::ui {
 
-class Project;
-
-namespace ui {
+class FileIntake;
 
 // Opens the dialog over `parent` and returns at once; the files and folders the user confirms
-// are added to the project in one step. Cancelling adds nothing.
-void chooseFiles(Project& project, QWidget* parent);
+// go to `intake` in one step. Cancelling adds nothing.
+void chooseFiles(FileIntake& intake, QWidget* parent);
 
-} // namespace ui
-} // namespace vimbo
+} // namespace vimbo::ui

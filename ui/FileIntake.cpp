@@ -19,14 +19,8 @@ bool hasFolder(const QList<QUrl>& urls) {
 
 } // namespace
 
-FileIntake& FileIntake::of(Project& project) {
-    if (auto* intake = project.findChild<FileIntake*>(QString(), Qt::FindDirectChildrenOnly))
-        return *intake;
-    return *new FileIntake(project); // owned by the project
-}
-
-FileIntake::FileIntake(Project& project)
-    : QObject(&project)
+FileIntake::FileIntake(Project& project, QObject* parent)
+    : QObject(parent)
     , project_(project) {
     pool_.setMaxThreadCount(1);
 }

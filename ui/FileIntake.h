@@ -4,7 +4,8 @@
 // on the disk. Files go in at once; a folder's search (thousands of entries on a photo library)
 // runs on a thread of its own and its media are added when it ends. Requests are added in the
 // order they came, each in one step, so a later drop never overtakes a folder still being read.
-// One per project, its child; interface thread only.
+// One per window, which every way of adding files goes through; interface thread only. The
+// project must outlive it; destroying it waits for a folder's search under way.
 
 #include <QList>
 #include <QObject>
@@ -22,14 +23,12 @@ namespace ui {
 class FileIntake : public QObject {
     Q_OBJECT
 public:
-    // The project's intake, made on first use.
-    static FileIntake& of(Project& project);
+    explicit FileIntake(Project& project, QObject* parent = nullptr);
     ~FileIntake() override;
 
     void add(const QList<QUrl>& urls);
 
 private:
-    explicit FileIntake(Project& project);
     // True while a folder is being read or requests wait behind one.
     bool busy() const { return reading_ || !waiting_.empty(); }
     void next();

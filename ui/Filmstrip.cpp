@@ -18,6 +18,7 @@ Filmstrip::Filmstrip(Project& project, std::function<void(const QUuid&)> onSelec
     layout->addWidget(view_);
     setFocusProxy(view_);
     setAccessibleName(tr("Filmstrip"));
+    connect(view_, &StripView::addRequested, this, &Filmstrip::addRequested);
 }
 
 Filmstrip::~Filmstrip() = default;

@@ -34,6 +34,10 @@ public:
               QWidget* parent = nullptr);
     ~Filmstrip() override;
 
+signals:
+    // The add tile was clicked.
+    void addRequested();
+
 private:
     StripView* view_;
 };

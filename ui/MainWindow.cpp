@@ -10,6 +10,7 @@
 #include "ui/EditorView.h"
 #include "ui/EmptyState.h"
 #include "ui/ExportSheet.h"
+#include "ui/FileChooser.h"
 #include "ui/FileDrop.h"
 #include "ui/FileIntake.h"
 #include "ui/InspectorColumn.h"
@@ -29,7 +30,8 @@ MainWindow::MainWindow(Project& project, ExportController& exporter, QWidget* pa
     , exporter_(exporter)
     , preview_(new Preview(this))
     , rebuild_(new RebuildTrigger(
-          *preview_, [&project] { return Preview::keyOf(project); }, this)) {
+          *preview_, [&project] { return Preview::keyOf(project); }, this))
+    , intake_(new FileIntake(project, this)) {
     setObjectName(QStringLiteral("main"));
     arrange();
     wireProject();
@@ -54,14 +56,20 @@ void MainWindow::arrange() {
     setUnifiedTitleAndToolBarOnMac(true);
     connect(toolbar_, &WindowToolbar::inspectorToggled, this,
             [this] { setInspectorWished(!inspectorWished_); });
+    connect(toolbar_, &WindowToolbar::addRequested, this, &MainWindow::chooseFiles);
+    connect(toolbar_, &WindowToolbar::addFromPhotosRequested, this, &MainWindow::openPhotoPicker);
+    connect(toolbar_, &WindowToolbar::exportRequested, this, &MainWindow::openExportSheet);
 
     auto* central = new QWidget(this);
     central->setMinimumSize(minimumContentSize);
     content_ = new QStackedWidget(central);
-    empty_ = new EmptyState(project_, content_);
+    empty_ = new EmptyState(content_);
+    connect(empty_, &EmptyState::addRequested, this, &MainWindow::chooseFiles);
+    connect(empty_, &EmptyState::addFromPhotosRequested, this, &MainWindow::openPhotoPicker);
     editor_ = new EditorView(
         project_, exporter_, preview_->player(), [this](const QUuid& id) { selected(id); },
         content_);
+    connect(editor_, &EditorView::addRequested, this, &MainWindow::chooseFiles);
     content_->addWidget(empty_);
     content_->addWidget(editor_);
     inspector_ = new InspectorColumn(project_, central);
@@ -85,14 +93,16 @@ void MainWindow::arrange() {
     setCentralWidget(central);
 
     overlay_ = new DropOverlay(*central);
-    drop_ = new FileDrop(*this,
-                         [this](const QList<QUrl>& files) { FileIntake::of(project_).add(files); });
+    drop_ = new FileDrop(*this, [this](const QList<QUrl>& files) { intake_->add(files); });
     connect(drop_, &FileDrop::hoveringChanged, this, [this](bool hovering) {
         overlay_->setVisible(hovering);
         overlay_->raise();
     });
     menus_ = new AppMenus(*this, project_, exporter_, undoStack_,
                           [this] { setInspectorWished(!inspectorWished_); });
+    connect(menus_, &AppMenus::addRequested, this, &MainWindow::chooseFiles);
+    connect(menus_, &AppMenus::addFromPhotosRequested, this, &MainWindow::openPhotoPicker);
+    connect(menus_, &AppMenus::exportRequested, this, &MainWindow::openExportSheet);
 }
 
 void MainWindow::wireProject() {
@@ -102,8 +112,6 @@ void MainWindow::wireProject() {
     connect(&project_, &Project::clipsChanged, this, keyMayHaveChanged);
     connect(&project_, &Project::infoChanged, this, keyMayHaveChanged);
     connect(&project_, &Project::layoutChanged, this, keyMayHaveChanged);
-    connect(&project_, &Project::showExportChanged, this, &MainWindow::presentExportSheet);
-    connect(&project_, &Project::showPhotosPickerChanged, this, &MainWindow::presentPhotoPicker);
 }
 
 void MainWindow::setInspectorWished(bool wished) {
@@ -134,33 +142,26 @@ void MainWindow::selected(const QUuid& id) {
         preview_->show(id);
 }
 
-void MainWindow::presentExportSheet() {
-    if (!project_.showExport()) {
-        if (sheet_)
-            sheet_->close();
-        return;
-    }
+void MainWindow::chooseFiles() {
+    ui::chooseFiles(*intake_, this);
+}
+
+void MainWindow::openExportSheet() {
     if (sheet_)
         return;
     sheet_ = new ExportSheet(project_, exporter_, this);
     sheet_->setAttribute(Qt::WA_DeleteOnClose);
     sheet_->setWindowModality(Qt::WindowModal);
-    connect(sheet_, &QDialog::finished, this, [this] { project_.setShowExport(false); });
     sheet_->open();
 }
 
-void MainWindow::presentPhotoPicker() {
-    if (!project_.showPhotosPicker()) {
-        if (picker_)
-            picker_->close();
-        return;
-    }
+void MainWindow::openPhotoPicker() {
     if (picker_)
         return;
     picker_ = new PhotoPicker(project_, this);
     picker_->setAttribute(Qt::WA_DeleteOnClose);
     picker_->setWindowModality(Qt::WindowModal);
-    connect(picker_, &QDialog::finished, this, [this] { project_.setShowPhotosPicker(false); });
+    connect(picker_, &PhotoPicker::chooseFilesInstead, this, &MainWindow::chooseFiles);
     picker_->open();
 }
 

@@ -2,9 +2,10 @@
 
 // The one window. It arranges the views (toolbar, empty state or editor, inspector column,
 // drop overlay, menus) and wires them to the project, the export and the preview; the views do
-// the rest. It owns the undo stack (handed to the project when the window first shows) and the
-// preview with its rebuild trigger. Interface thread; the project and the export controller
-// outlive it.
+// the rest. It owns the undo stack (handed to the project when the window first shows), the
+// preview with its rebuild trigger, the file intake that every way of adding files goes
+// through, and the dialogs its views ask for. Interface thread; the project and the export
+// controller outlive it.
 
 #include <QMainWindow>
 #include <QPointer>
@@ -28,6 +29,7 @@ class EditorView;
 class EmptyState;
 class ExportSheet;
 class FileDrop;
+class FileIntake;
 class InspectorColumn;
 class PhotoPicker;
 class WindowToolbar;
@@ -51,6 +53,13 @@ public:
 
     Preview& preview() { return *preview_; }
     QUndoStack& undoStack() { return undoStack_; }
+    FileIntake& intake() { return *intake_; }
+
+    // The window's dialogs, which its menus, tool bar, empty state and filmstrip ask for. The
+    // picker and the sheet are open once at most: asking for one already open does nothing.
+    void chooseFiles();
+    void openPhotoPicker();
+    void openExportSheet();
 
 signals:
     // The window has appeared for the first time: files may now be added to it.
@@ -66,8 +75,6 @@ private:
     void arrange();
     void wireProject();
     void follow();
-    void presentExportSheet();
-    void presentPhotoPicker();
     void selected(const QUuid& id);
 
     Project& project_;
@@ -75,6 +82,7 @@ private:
     QUndoStack undoStack_;
     Preview* preview_;
     RebuildTrigger* rebuild_;
+    FileIntake* intake_;
     WindowToolbar* toolbar_ = nullptr;
     QSplitter* columns_ = nullptr;
     QStackedWidget* content_ = nullptr;

@@ -1,7 +1,6 @@
 #include "ui/PhotoPicker.h"
 
 #include "model/Project.h"
-#include "ui/FileChooser.h"
 #include "ui/Icons.h"
 #include "ui/PhotoGridDelegate.h"
 #include "ui/PhotoGridModel.h"
@@ -214,7 +213,10 @@ QWidget* PhotoPicker::buildNote() {
     auto* choose = new QPushButton(tr("Choose Files…"), note);
     choose->setAccessibleName(tr("Choose Files…"));
     choose->setAutoDefault(false);
-    connect(choose, &QPushButton::clicked, this, &PhotoPicker::chooseFilesInstead);
+    connect(choose, &QPushButton::clicked, this, [this] {
+        reject();
+        emit chooseFilesInstead();
+    });
     column->addSpacing(8);
     column->addWidget(choose, 0, Qt::AlignHCenter);
     column->addStretch(4);
@@ -380,18 +382,6 @@ void PhotoPicker::addPicked() {
         urls.append(item.url);
     project_.importFromPhotos(urls);
     accept();
-}
-
-void PhotoPicker::done(int result) {
-    QDialog::done(result);
-    project_.setShowPhotosPicker(false);
-}
-
-void PhotoPicker::chooseFilesInstead() {
-    QWidget* owner = parentWidget();
-    Project& project = project_;
-    reject();
-    chooseFiles(project, owner);
 }
 
 void PhotoPicker::showEvent(QShowEvent* event) {

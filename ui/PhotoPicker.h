@@ -10,9 +10,8 @@
 //
 // Interface thread only. Finding places, listing a place and making thumbnails run in the
 // background; results arrive as queued calls. The dialog deletes itself when it closes
-// (Qt::WA_DeleteOnClose), and however it closes it sets the project's showPhotosPicker back
-// to false. The project must outlive it. While it is open it looks for places again every two
-// seconds, so a camera or phone connected meanwhile appears in the place list.
+// (Qt::WA_DeleteOnClose). The project must outlive it. While it is open it looks for places again
+// every two seconds, so a camera or phone connected meanwhile appears in the place list.
 
 #include "media/PhotoLibrary.h"
 
@@ -56,11 +55,11 @@ public:
     // Adds the picked items and closes; does nothing while nothing is picked.
     void addPicked();
 
-    void done(int result) override;
-
 signals:
     // The current place's items have been listed (or found to be missing).
     void listed();
+    // The person closed the picker to choose files with the Add… dialog instead.
+    void chooseFilesInstead();
 
 private:
     PhotoPicker(Project& project, std::optional<PhotoLibrary::Roots> roots, QWidget* parent);
@@ -76,7 +75,6 @@ private:
     void placeListed(int request, std::vector<PhotoLibrary::Item> items, bool exists);
     void showNote(const QString& title, const QString& text);
     void selectionChanged();
-    void chooseFilesInstead();
     void showEvent(QShowEvent* event) override;
 
     Project& project_;

@@ -4,7 +4,6 @@
 #include "model/UndoNames.h"
 #include "ui/ClipListModel.h"
 #include "ui/ClipTileDelegate.h"
-#include "ui/FileChooser.h"
 #include "ui/Reveal.h"
 
 #include <QApplication>
@@ -140,7 +139,7 @@ void StripView::mouseReleaseEvent(QMouseEvent* event) {
     if (dragged_)
         endDrag();
     else if (pressedAdd_ && addTileAt(event->position().toPoint()))
-        chooseFiles(project_, window());
+        emit addRequested();
     pressed_.reset();
     pressedAdd_ = false;
 }

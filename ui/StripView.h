@@ -33,6 +33,10 @@ public:
     int clipRowAt(const QPoint& point) const;
     bool addTileAt(const QPoint& point) const;
 
+signals:
+    // The add tile was clicked: the window opens its Add… dialog.
+    void addRequested();
+
 protected:
     bool event(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;

@@ -3,7 +3,6 @@
 #include "export/ExportController.h"
 #include "model/Project.h"
 #include "model/UndoNames.h"
-#include "ui/FileChooser.h"
 #include "ui/FlatButtonStyle.h"
 #include "ui/Icons.h"
 
@@ -72,7 +71,7 @@ WindowToolbar::WindowToolbar(Project& project, ExportController& exporter, QWidg
     frame_->setMenu(makeFrameMenu());
     export_ = makeButton(tr("Export"), tr("Export…"), true);
     export_->setIcon(icon(Icon::share));
-    connect(export_, &QToolButton::clicked, this, [this] { project_.setShowExport(true); });
+    connect(export_, &QToolButton::clicked, this, &WindowToolbar::exportRequested);
 
     addSeparator();
     inspector_ = makeButton(tr("Inspector"), tr("Show or hide the inspector"), false);
@@ -125,8 +124,8 @@ QToolButton* WindowToolbar::makeButton(const QString& title, const QString& help
 
 QMenu* WindowToolbar::makeAddMenu() {
     auto* menu = new QMenu(this);
-    menu->addAction(tr("Add…"), this, [this] { chooseFiles(project_, window()); });
-    menu->addAction(tr("Add from Photos…"), this, [this] { project_.setShowPhotosPicker(true); });
+    menu->addAction(tr("Add…"), this, &WindowToolbar::addRequested);
+    menu->addAction(tr("Add from Photos…"), this, &WindowToolbar::addFromPhotosRequested);
     return menu;
 }
 

@@ -55,6 +55,10 @@ signals:
     // The person pressed the inspector button. The window flips its flag and calls
     // setInspectorShown with the new value.
     void inspectorToggled();
+    // The person asked for one of the window's dialogs: Add…, Add from Photos…, Export….
+    void addRequested();
+    void addFromPhotosRequested();
+    void exportRequested();
 
 private:
     QToolButton* makeButton(const QString& title, const QString& help, bool titled);

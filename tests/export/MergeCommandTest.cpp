@@ -34,6 +34,9 @@ TEST(MergeCommand, MergesFilesAndFoldersAsTheWindowWould) {
         QString size;
     };
     const QString out = scratchFolder() + "/merged";
+    const QString temp = scratchFolder();
+    ProgramSetup setup;
+    setup.environment = [&](QProcessEnvironment& env) { env.insert("TMPDIR", temp); };
     const Case cases[] = {
         {{clip, photo, folder, "--photo-duration", "1.5", "--shape", "square", "--fill", "fill",
           "--quality", "high", "-o", out + ".mp4"},
@@ -42,7 +45,7 @@ TEST(MergeCommand, MergesFilesAndFoldersAsTheWindowWould) {
         {{"--sort", "name", folder, clip, "-o", out + ".mov"}, 6, "320,240"},
     };
     for (const Case& c : cases) {
-        const ProgramRun r = vimbo(QStringList{"merge"} + c.args);
+        const ProgramRun r = vimbo(QStringList{"merge"} + c.args, setup);
         const QString written = c.args.last();
         EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
         EXPECT_EQ(lastLine(r.err), "Wrote " + written);
@@ -50,6 +53,9 @@ TEST(MergeCommand, MergesFilesAndFoldersAsTheWindowWould) {
         EXPECT_EQ(decodeErrors(written), QString());
         EXPECT_NEAR(movieDuration(written), c.duration, 1.0 / 30);
         EXPECT_EQ(videoSize(written), c.size);
+        EXPECT_EQ(QDir(temp).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden),
+                  QStringList())
+            << "nothing left in the temporary folder";
     }
 }
 

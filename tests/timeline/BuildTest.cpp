@@ -1,18 +1,9 @@
-#include "media/ff/Demuxer.h"
 #include "model/VimboError.h"
 #include "tests/support/Media.h"
 #include "tests/timeline/Fixtures.h"
-#include "timeline/Carrier.h"
 #include "timeline/Timeline.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
-
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace vimbo {
 namespace {
@@ -107,18 +98,18 @@ TEST(TimelineBuild, LaysClipsEndToEnd) {
     expectContiguous(video, t.duration(), "video");
     expectContiguous(audio, t.duration(), "audio");
     ASSERT_EQ(video.edits().size(), 8u);
-    EXPECT_TRUE(video.edits()[2].source.carrier);
+    EXPECT_TRUE(video.edits()[2].source.isBlank());
     EXPECT_EQ(video.edits()[3].sourceRange, (TimeRange{seconds(1.9), seconds(0.1)}))
         << "never past the track's end";
     EXPECT_EQ(video.edits()[4].sourceRange.duration, seconds(2));
     EXPECT_EQ(video.edits()[4].target.duration, seconds(1));
 
-    // Audio: photos, the muted clip and the clip without sound are carrier silence; the fast
+    // Audio: photos, the muted clip and the clip without sound are blank (silence); the fast
     // clip's sound is stretched like its picture; the partly covered clip gets silence around
     // its sound.
-    std::vector<std::pair<bool, double>> kinds; // (carrier, target seconds)
+    std::vector<std::pair<bool, double>> kinds; // (blank, target seconds)
     for (const Edit& e : audio.edits())
-        kinds.emplace_back(e.source.carrier, e.target.duration.seconds());
+        kinds.emplace_back(e.source.isBlank(), e.target.duration.seconds());
     const std::vector<std::pair<bool, double>> expected{
         {true, 0.1}, {true, 0.1}, {true, 3},   {false, 0.1}, {false, 1},
         {true, 2},   {true, 2},   {true, 0.5}, {false, 1},   {true, 0.5}};
@@ -147,91 +138,7 @@ TEST(TimelineBuild, AudioTrackOnlyForRealSound) {
     EXPECT_EQ(copy.duration(), seconds(4));
     ASSERT_NE(copy.composition().track(MediaType::audio), nullptr);
     for (const Edit& e : copy.composition().track(MediaType::audio)->edits())
-        EXPECT_FALSE(e.source.carrier) << "passthrough never touches the carrier";
-}
-
-// Starts this test program again with only Carrier.InAFreshRun selected, `mode` in
-// VIMBO_CARRIER_CHILD and the temporary folder at `temp`.
-std::unique_ptr<QProcess> startChild(const char* mode, const QString& temp) {
-    auto p = std::make_unique<QProcess>();
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("VIMBO_CARRIER_CHILD", mode);
-    env.insert("TMPDIR", temp);
-    p->setProcessEnvironment(env);
-    p->start(QCoreApplication::applicationFilePath(), {"--gtest_filter=Carrier.InAFreshRun"});
-    return p;
-}
-
-// Waits for a child to end; returns the carrier file it used.
-QString carrierOf(QProcess& p) {
-    p.waitForFinished(120000);
-    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
-    const QString out = QString::fromUtf8(p.readAllStandardOutput());
-    const qsizetype at = out.indexOf("carrier=");
-    return at < 0 ? QString() : out.mid(at + 8).section('\n', 0, 0);
-}
-
-// Run by the test below in a process of its own, where the carrier is not prepared yet.
-TEST(Carrier, InAFreshRun) {
-    const QByteArray mode = qgetenv("VIMBO_CARRIER_CHILD");
-    if (mode.isEmpty())
-        GTEST_SKIP() << "run as a child of the carrier tests";
-    if (mode == "write") {
-        std::printf("carrier=%s\n", qPrintable(Carrier::tracks().video.url.toLocalFile()));
-        return;
-    }
-    // The temporary "folder" is a file: the first use fails, and so does every later one with
-    // the same error.
-    std::optional<VimboError> first;
-    try {
-        Carrier::tracks();
-    } catch (const VimboError& e) {
-        first = e;
-    }
-    ASSERT_TRUE(first);
-    try {
-        Carrier::tracks();
-        ADD_FAILURE() << "the second use succeeded";
-    } catch (const VimboError& e) {
-        EXPECT_EQ(e, *first);
-    }
-    EXPECT_FALSE(QFileInfo::exists(Carrier::path()));
-}
-
-// Runs of the program share one carrier file: two starting at once, a later one reusing it,
-// one after it was damaged replacing it; an earlier version's file per run is cleared away.
-TEST(Carrier, OneFileForEveryRun) {
-    if (!qgetenv("VIMBO_CARRIER_CHILD").isEmpty())
-        GTEST_SKIP();
-    const QString temp = test::scratchFolder();
-    QFile old(temp + "/Vimbo-carrier-4242.mov"), recent(temp + "/Vimbo-carrier-4343.mov");
-    for (QFile* f : {&old, &recent})
-        ASSERT_TRUE(f->open(QIODevice::WriteOnly));
-    old.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime);
-    const auto a = startChild("write", temp), b = startChild("write", temp);
-    const QString carrier = carrierOf(*a);
-    EXPECT_EQ(carrierOf(*b), carrier);
-    EXPECT_TRUE(carrier.startsWith(temp + "/Vimbo-carrier-")) << carrier.toStdString();
-    const QStringList one{QFileInfo(carrier).fileName()};
-    EXPECT_EQ(QDir(temp).entryList(QDir::Files), one + QStringList{"Vimbo-carrier-4343.mov"})
-        << "a day-old leftover goes, one of the last hour may still be in use";
-    recent.remove();
-
-    const QDateTime written = QFileInfo(carrier).lastModified();
-    EXPECT_EQ(carrierOf(*startChild("write", temp)), carrier);
-    EXPECT_EQ(QFileInfo(carrier).lastModified(), written) << "reused, not written again";
-
-    QFile damaged(carrier);
-    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    damaged.write("not a movie");
-    damaged.close();
-    EXPECT_EQ(carrierOf(*startChild("write", temp)), carrier);
-    EXPECT_EQ(QDir(temp).entryList(QDir::Files), one);
-    EXPECT_GE(ff::Demuxer(QUrl::fromLocalFile(carrier)).firstVideoStream(), 0) << "replaced";
-
-    QFile notAFolder(temp + "/not-a-folder");
-    ASSERT_TRUE(notAFolder.open(QIODevice::WriteOnly));
-    EXPECT_TRUE(carrierOf(*startChild("fail", notAFolder.fileName())).isEmpty());
+        EXPECT_FALSE(e.source.isBlank()) << "passthrough leaves silence out";
 }
 
 } // namespace

@@ -74,8 +74,8 @@ TEST(MediaTime, Ranges) {
 }
 
 TEST(Composition, InsertScaleRemove) {
-    const SourceTrack file{QUrl::fromLocalFile("/a.mov"), 0, false};
-    const SourceTrack other{QUrl::fromLocalFile("/b.mov"), 1, false};
+    const SourceTrack file{QUrl::fromLocalFile("/a.mov"), 0};
+    const SourceTrack other{QUrl::fromLocalFile("/b.mov"), 1};
     Composition c;
     CompositionTrack& video = *c.track(MediaType::video);
     EXPECT_EQ(c.duration(), MediaTime::zero());

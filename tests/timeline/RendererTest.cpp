@@ -3,7 +3,6 @@
 #include "tests/support/Media.h"
 #include "tests/timeline/Fixtures.h"
 #include "timeline/AudioRenderer.h"
-#include "timeline/Carrier.h"
 #include "timeline/VideoRenderer.h"
 
 #include <QFile>
@@ -96,7 +95,7 @@ TEST(VideoRenderer, BlackWhereTheSourceHasNoFrame) {
     // Source time runs from half a second before the first frame to half a second past the
     // last one.
     Composition composition;
-    const SourceTrack file{QUrl::fromLocalFile(numberedVideo(false)), 0, false};
+    const SourceTrack file{QUrl::fromLocalFile(numberedVideo(false)), 0};
     composition.track(MediaType::video)
         ->insert(file, {MediaTime::fromSeconds(-0.5), {3, 1}}, MediaTime::zero());
     composition.removeTrack(MediaType::audio);

@@ -1,6 +1,7 @@
 // The window's commands in the menus, on the tool bar and on the keyboard: which can be pressed
 // when, what they do, the frame button's title, the flat look, and the Help menu's links.
 #include "tests/ui/WindowFixture.h"
+#include "ui/ExportSheet.h"
 #include "ui/FlatButtonStyle.h"
 #include "ui/Links.h"
 
@@ -109,7 +110,7 @@ TEST_F(CommandsTest, ShortcutsRotateUndoRedoRemoveAndStartOver) {
     EXPECT_EQ(action("undo")->text(), QStringLiteral("Undo Start Over"));
     press(window(), Qt::Key_Z, Qt::ControlModifier);
     press(window(), Qt::Key_E, Qt::ControlModifier);
-    EXPECT_TRUE(project().showExport());
+    EXPECT_NE(openWindow<ui::ExportSheet>(), nullptr);
 }
 
 TEST_F(CommandsTest, ToolbarMenusSortAndFrameInOneStepEachAndTitleTheFrameButton) {

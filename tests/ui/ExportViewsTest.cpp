@@ -32,7 +32,6 @@ protected:
     void SetUp() override { QSettings().clear(); }
 
     void openSheet() {
-        views.project().setShowExport(true);
         sheet = std::make_unique<ui::ExportSheet>(views.project(), views.exporter());
         sheet->show();
         QCoreApplication::processEvents();
@@ -77,7 +76,7 @@ TEST_F(ExportViewsTest, SheetShowsTheSizeForTheQualityAndRemembersTheChoice) {
     EXPECT_EQ(size(), QStringLiteral("1920 × 1080"));
     find<QPushButton>("MOV")->click();
     QTest::keyClick(sheet.get(), Qt::Key_Escape);
-    EXPECT_FALSE(views.project().showExport());
+    EXPECT_FALSE(sheet->isVisible());
 
     openSheet();
     EXPECT_TRUE(find<QPushButton>("MOV")->isChecked());
@@ -109,7 +108,7 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     // Export asks where, and starts only when confirmed.
     find<QPushButton>("MOV")->click();
     QTest::keyClick(sheet.get(), Qt::Key_Return);
-    EXPECT_FALSE(views.project().showExport()) << "the sheet closes before the save dialog";
+    EXPECT_FALSE(sheet->isVisible()) << "the sheet closes before the save dialog";
     QFileDialog* dialog = saveDialog();
     ASSERT_NE(dialog, nullptr);
     EXPECT_EQ(dialog->selectedFiles().value(0).section(u'/', -1),

@@ -39,7 +39,6 @@ protected:
 
     // The picker, shown and listed; it deletes itself when it closes.
     QPointer<PhotoPicker> open() {
-        views.project().setShowPhotosPicker(true);
         QPointer<PhotoPicker> picker =
             new PhotoPicker(views.project(), PhotoLibrary::Roots{pictures, {mounts}});
         picker->show();
@@ -76,7 +75,6 @@ TEST_F(PhotoPickerTest, PickedItemsAreImportedOldestFirstInOneStep) {
     click(*picker, 2, Qt::ControlModifier);
     EXPECT_TRUE(picker->addButton()->isEnabled());
     QTest::mouseClick(picker->addButton(), Qt::LeftButton);
-    EXPECT_FALSE(views.project().showPhotosPicker());
     ASSERT_TRUE(waitUntil([&] { return picker.isNull() && views.project().clips().size() == 2; }));
     EXPECT_EQ(views.order(), (std::vector<QString>{"morning.jpg", "evening.jpg"}));
     for (const Clip& clip : views.project().clips()) {
