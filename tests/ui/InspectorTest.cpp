@@ -89,6 +89,8 @@ TEST_F(InspectorTest, TrimSlidersKeepTheirRangesAndADragIsOneTrimStep) {
     QTest::keyClick(find<QSlider>("End"), Qt::Key_Home);
     EXPECT_EQ(text("End time"), QStringLiteral("0:05.1"));
     EXPECT_NEAR(edits("beach.mp4").trimEnd, 4.9, 1e-9);
+    QTest::keyClick(find<QSlider>("Start"), Qt::Key_End);
+    EXPECT_EQ(text("Start time"), QStringLiteral("0:05.0")) << "0.1 s before the end";
     settle();
     views.undo().undo();
     views.undo().undo();
