@@ -150,8 +150,10 @@ TEST_F(InspectorTest, PhotoDurationStepsAlongTheLadder) {
     QTest::keyClick(duration, Qt::Key_Down);
     QTest::keyClick(duration, Qt::Key_Down);
     EXPECT_EQ(edits("p.jpg").photoDuration, 2.5);
-    for (const auto& [from, up, down] :
-         {std::tuple{10.0, 15.0, 9.0}, {12.0, 15.0, 10.0}, {60.0, 60.0, 55.0}, {0.7, 1.0, 0.5}}) {
+    // From, a step up, a step down; beyond the ladder a typed value never steps the wrong way.
+    const std::tuple<double, double, double> steps[] = {
+        {10, 15, 9}, {12, 15, 10}, {60, 60, 55}, {0.7, 1, 0.5}, {90, 90, 60}, {0.3, 0.5, 0.3}};
+    for (const auto& [from, up, down] : steps) {
         EXPECT_EQ(ui::InspectorView::stepDuration(1, from), up) << from;
         EXPECT_EQ(ui::InspectorView::stepDuration(-1, from), down) << from;
     }
