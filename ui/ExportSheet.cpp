@@ -11,6 +11,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -68,6 +69,17 @@ QWidget* hostWindow(QWidget* sheet) {
     return nullptr;
 }
 
+// Where the save dialog starts: the folder of the last export, else the desktop's Videos
+// folder, else home. A folder that is gone is passed over: the dialog would show the current
+// folder instead.
+QString startFolder() {
+    for (const QString& folder : {QSettings().value(folderKey).toString(),
+                                  QStandardPaths::writableLocation(QStandardPaths::MoviesLocation)})
+        if (!folder.isEmpty() && QFileInfo(folder).isDir())
+            return folder;
+    return QDir::homePath();
+}
+
 void showSaveDialog(QWidget* host, ExportController& controller, const Job& job) {
     auto* dialog = new QFileDialog(host, ExportSheet::tr("Export"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -79,8 +91,7 @@ void showSaveDialog(QWidget* host, ExportController& controller, const Job& job)
                               ? ExportSheet::tr("MPEG-4 Movie (*.mp4)")
                               : ExportSheet::tr("QuickTime Movie (*.mov)"));
     dialog->setDefaultSuffix(extension);
-    const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
-    dialog->setDirectory(QSettings().value(folderKey, movies).toString());
+    dialog->setDirectory(startFolder());
     dialog->selectFile(ExportSheet::tr("Merged Video") + u'.' + extension);
     dialog->setWindowModality(host ? Qt::WindowModal : Qt::ApplicationModal);
     QObject::connect(dialog, &QFileDialog::fileSelected, dialog,
