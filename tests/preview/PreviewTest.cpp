@@ -209,10 +209,13 @@ TEST(Preview, ARebuildKeepsPositionAndPlayState) {
     EXPECT_GE(player.currentTime().seconds(), 12.05);
     EXPECT_LT(player.currentTime().seconds(), 13);
 
-    // Paused where playing stopped, a clip is trimmed: it stays there, paused.
+    // Paused where playing stopped (past where the rebuild sought), a clip is trimmed: it
+    // stays there, paused.
+    const double sought = player.currentTime().seconds() + 0.2;
+    ASSERT_TRUE(waitUntil([&] { return player.currentTime().seconds() > sought; }));
     player.pause();
     const MediaTime paused = player.currentTime();
-    EXPECT_GE(paused.seconds(), 12.05);
+    EXPECT_GT(paused.seconds(), sought);
     ASSERT_TRUE(updated(preview, keyOf({15, 15, 11})));
     EXPECT_EQ(player.currentTime(), paused);
 
