@@ -119,7 +119,7 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     EXPECT_FALSE(views.project().showExport()) << "the sheet closes before the save dialog";
     QFileDialog* dialog = saveDialog();
     ASSERT_NE(dialog, nullptr);
-    EXPECT_EQ(dialog->directory(), QDir::home());
+    EXPECT_EQ(dialog->directory().path(), QDir::homePath());
     EXPECT_EQ(dialog->selectedFiles().value(0).section(u'/', -1),
               QStringLiteral("Merged Video.mov"));
     EXPECT_EQ(dialog->nameFilters(), QStringList{QStringLiteral("QuickTime Movie (*.mov)")});
@@ -134,14 +134,14 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     };
     ASSERT_TRUE(QDir().mkdir(videos));
     ASSERT_NE(dialog = askWhere(), nullptr);
-    EXPECT_EQ(dialog->directory(), QDir(videos));
+    EXPECT_EQ(dialog->directory().path(), videos);
     const QString out = scratchFolder() + QStringLiteral("/Holiday.mov");
     dialog->selectFile(out);
     QMetaObject::invokeMethod(dialog, "accept"); // the Save button
     ASSERT_TRUE(waitUntil([&] { return views.exporter().state().kind == Kind::done; }));
     EXPECT_NEAR(MediaProbe::probe(QUrl::fromLocalFile(out)).duration, 3.5, 0.1);
     ASSERT_NE(dialog = askWhere(), nullptr);
-    EXPECT_EQ(dialog->directory(), QFileInfo(out).dir());
+    EXPECT_EQ(dialog->directory().path(), QFileInfo(out).path());
     dialog->reject();
 }
 
