@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -82,6 +83,17 @@ void refuse(QWidget* host, const QString& why, const std::function<void()>& then
     box->open();
 }
 
+// Where the save dialog starts: the folder of the last export, else the desktop's Videos
+// folder, else home. A folder that is gone is passed over: the dialog would show the current
+// folder instead.
+QString startFolder() {
+    for (const QString& folder : {QSettings().value(folderKey).toString(),
+                                  QStandardPaths::writableLocation(QStandardPaths::MoviesLocation)})
+        if (!folder.isEmpty() && QFileInfo(folder).isDir())
+            return folder;
+    return QDir::homePath();
+}
+
 // `refused`: a file chosen before and refused, to choose again beside it.
 void showSaveDialog(QWidget* host, ExportController& controller, const Job& job,
                     const QString& refused = {}) {
@@ -95,8 +107,7 @@ void showSaveDialog(QWidget* host, ExportController& controller, const Job& job,
                               ? ExportSheet::tr("MPEG-4 Movie (*.mp4)")
                               : ExportSheet::tr("QuickTime Movie (*.mov)"));
     dialog->setDefaultSuffix(extension);
-    const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
-    dialog->setDirectory(QSettings().value(folderKey, movies).toString());
+    dialog->setDirectory(startFolder());
     dialog->selectFile(ExportSheet::tr("Merged Video") + u'.' + extension);
     if (!refused.isEmpty())
         dialog->selectFile(refused);

@@ -139,12 +139,12 @@ double InspectorView::stepDuration(int direction, double value) {
         for (const double v : ladder)
             if (v > value + 0.001)
                 return v;
-        return ladder.back();
+        return std::max(ladder.back(), value);
     }
     for (auto it = ladder.rbegin(); it != ladder.rend(); ++it)
         if (*it < value - 0.001)
             return *it;
-    return ladder.front();
+    return std::min(ladder.front(), value);
 }
 
 InspectorView::InspectorView(Project& project, QWidget* parent)

@@ -44,7 +44,8 @@ public:
     explicit InspectorView(Project& project, QWidget* parent = nullptr);
 
     // The photo duration stepper's ladder: the next value up (direction > 0) or down from
-    // `value` among 0.5, 1 … 5 (every 0.5), 6 … 10, 15 … 60 (every 5), held within it.
+    // `value` among 0.5, 1 … 5 (every 0.5), 6 … 10, 15 … 60 (every 5); a value beyond the
+    // ladder's end stays where it is rather than step the wrong way.
     static double stepDuration(int direction, double value);
 
 private:

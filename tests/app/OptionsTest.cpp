@@ -12,14 +12,14 @@ namespace {
 
 TEST(Options, MergeTakesEveryValueByTheNamesTheProjectStores) {
     const auto full = parseMerge({"--shape", "tall", "--fill", "fill", "--quality", "smaller",
-                                  "--format", "mov", "--photo-duration", "1.5", "--sort", "date",
+                                  "--format", "mov", "--photo-duration", "0.1", "--sort", "date",
                                   "a.jpg", "photos/", "-o", "out.mov"});
     ASSERT_EQ(full.error, QString());
     const MergeOptions& o = full.options;
     EXPECT_EQ(o.layout, (Layout{FrameShape::tall, FillMode::fill}));
     EXPECT_EQ(o.out.quality, ExportQuality::smaller);
     EXPECT_EQ(o.out.format, ExportFormat::mov);
-    EXPECT_EQ(o.photoDuration, 1.5);
+    EXPECT_EQ(o.photoDuration, 0.1) << "the shortest clip";
     EXPECT_EQ(o.sort, SortOrder::dateTaken);
     EXPECT_EQ(o.inputs, (QStringList{"a.jpg", "photos/"}));
     EXPECT_EQ(o.out.output, QStringLiteral("out.mov"));
@@ -30,6 +30,8 @@ TEST(Options, MergeTakesEveryValueByTheNamesTheProjectStores) {
     EXPECT_FALSE(plain.options.out.quality || plain.options.photoDuration || plain.options.sort);
     EXPECT_EQ(plain.options.inputs, QStringList{"-odd.mp4"});
     EXPECT_TRUE(parseMerge({"--help"}).help);
+    EXPECT_EQ(parseMerge({"--photo-duration", "86400", "a", "-o", "x"}).options.photoDuration,
+              86400);
 }
 
 // OUT's suffix names the file type, a name without one gets the format's, and --format never
@@ -64,7 +66,8 @@ TEST(Options, MistakesAreRefusedInOneLine) {
         {{"--quality", "best", "a", "-o", "x"}, "best"},
         {{"--format", "avi", "a", "-o", "x"}, "avi"},
         {{"--sort", "size", "a", "-o", "x"}, "size"},
-        {{"--photo-duration", "0", "a", "-o", "x"}, "--photo-duration"},
+        {{"--photo-duration", "0.099", "a", "-o", "x"}, "--photo-duration"},
+        {{"--photo-duration", "86400.1", "a", "-o", "x"}, "86400.1"},
         {{"--photo-duration", "nan", "a", "-o", "x"}, "nan"},
         {{"a"}, "-o OUT"},
         {{"-o", "x"}, "no files"},

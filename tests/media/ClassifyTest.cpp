@@ -2,6 +2,7 @@
 #include "tests/support/Media.h"
 
 #include <QFile>
+#include <QMimeDatabase>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -49,6 +50,22 @@ TEST(MediaProbe, KindFollowsReadabilityThenTypeThenRefusalAndPipesAreNeverOpened
         const QString path = folder + QLatin1Char('/') + QLatin1String(name);
         ASSERT_EQ(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         EXPECT_EQ(MediaProbe::probe(QUrl::fromLocalFile(path)), MediaInfo(MediaKind::unsupported));
+    }
+}
+
+// "Open With Vimbo" is offered for a type only when its files are taken in, by every name.
+TEST(MediaProbe, TheDesktopEntryOffersOnlyTypesThatAreTakenIn) {
+    QFile entry(QStringLiteral(VIMBO_DESKTOP_ENTRY));
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly | QIODevice::Text));
+    const QString text = QString::fromUtf8(entry.readAll());
+    const QString line = text.mid(text.indexOf("\nMimeType=") + 10).section(u'\n', 0, 0);
+    for (const QString& name : line.split(u';', Qt::SkipEmptyParts)) {
+        const QMimeType type = QMimeDatabase().mimeTypeForName(name);
+        EXPECT_TRUE(type.isValid()) << qPrintable(name);
+        for (const QString& suffix : type.suffixes())
+            EXPECT_TRUE(MediaProbe::isMedia(QUrl::fromLocalFile("a." + suffix)) &&
+                        !MediaProbe::knownUnsupported().contains(suffix))
+                << qPrintable(name + " ." + suffix);
     }
 }
 

@@ -73,7 +73,6 @@ TEST(PhotoLoad, OrientationTurnsThePixelsWithinTheSizeAskedFor) {
     const QUrl turned = file(orientedCopies(test::quadrantsPhoto())[5]);
     EXPECT_EQ(Photo::load(turned, 64).size(), QSize(32, 64));
     EXPECT_EQ(Photo::load(turned, 0).size(), QSize(1, 1));
-    EXPECT_EQ(Photo::load(turned, -5).size(), QSize(1, 1));
     EXPECT_EQ(Photo::load(turned, 10000).size(), QSize(200, 400)); // never enlarged
     EXPECT_TRUE(Photo::load(file("/nowhere/gone.jpg"), 100).isNull());
 }
@@ -99,7 +98,8 @@ TEST(PhotoLoad, CameraRawFromItsPreviewOrAHalfSizeDecode) {
     const QString small = test::generated("quadrants-100x50.jpg",
                                           {"-f", "lavfi", "-i", "color=black:size=100x50", "-vf",
                                            test::quadrantsFilter, "-frames:v", "1", "-q:v", "2"});
-    const test::DngPhoto full = withPreview(6, test::quadrantsPhoto(), 400, 200),
+    // The camera wrote the raw's orientation into its preview too: it turns the picture once.
+    const test::DngPhoto full = withPreview(6, orientedCopies(test::quadrantsPhoto())[5], 400, 200),
                          smallPreview = withPreview(8, small, 100, 50);
     struct Case {
         const char* what;

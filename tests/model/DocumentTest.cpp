@@ -112,17 +112,6 @@ TEST_F(ProjectTest, OneStepPerEventLoopTurnAndPerGesture) {
     project->sort(SortOrder::orderAdded);
     project->setLayout(project->layout(), UndoName::changeFill);
     EXPECT_EQ(stack().count(), count);
-
-    // A tile drag across others is one "Move Clip" step.
-    nextTurn();
-    project->beginGesture();
-    project->move(start[0].id, start[1].id);
-    nextTurn();
-    project->move(start[0].id, start[2].id);
-    project->endGesture(UndoName::moveClip);
-    EXPECT_EQ(stack().undoText(), QStringLiteral("Move Clip"));
-    stack().undo();
-    EXPECT_EQ(project->clips()[0].id, start[0].id);
 }
 
 TEST_F(ProjectTest, WithoutAStackChangesStandAndAReplacedStackStartsFresh) {

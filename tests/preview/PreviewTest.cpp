@@ -96,6 +96,7 @@ TEST(Player, PlaysInRealTimeAndStopsAtTheEnd) {
     ASSERT_TRUE(waitUntil([&] { return player.currentTime().seconds() > 0.8; }));
     player.pause();
     const MediaTime held = player.currentTime();
+    EXPECT_GT(held.seconds(), 0.8) << "where playing stopped";
     pump(200);
     EXPECT_EQ(player.currentTime(), held) << "paused means the clock holds";
 
@@ -208,8 +209,17 @@ TEST(Preview, ARebuildKeepsPositionAndPlayState) {
     EXPECT_GE(player.currentTime().seconds(), 12.05);
     EXPECT_LT(player.currentTime().seconds(), 13);
 
-    // Paused at 30 s, a clip goes and the movie is 20 s long: it lands on its end, paused.
+    // Paused where playing stopped (past where the rebuild sought), a clip is trimmed: it
+    // stays there, paused.
+    const double sought = player.currentTime().seconds() + 0.2;
+    ASSERT_TRUE(waitUntil([&] { return player.currentTime().seconds() > sought; }));
     player.pause();
+    const MediaTime paused = player.currentTime();
+    EXPECT_GT(paused.seconds(), sought);
+    ASSERT_TRUE(updated(preview, keyOf({15, 15, 11})));
+    EXPECT_EQ(player.currentTime(), paused);
+
+    // Paused at 30 s, a clip goes and the movie is 20 s long: it lands on its end, paused.
     player.seek(MediaTime::fromSeconds(30));
     ASSERT_TRUE(updated(preview, keyOf({10, 10})));
     EXPECT_EQ(player.currentTime(), MediaTime::fromSeconds(20));

@@ -50,6 +50,7 @@ TEST(Placement, PhotoPixelBudget) {
         {"fit in a wider frame", {4000, 3000}, 0, {1920, 1080}, FillMode::fit, 1440},
         {"fill needs more", {4000, 3000}, 0, {1920, 1080}, FillMode::fill, 1920},
         {"turned upright in a tall frame", {4000, 3000}, 1, {1080, 1920}, FillMode::fit, 1440},
+        {"three turns stand it up too", {4000, 3000}, 3, {1080, 1920}, FillMode::fit, 1440},
         {"unturned in a tall frame", {4000, 3000}, 0, {1080, 1920}, FillMode::fit, 1080},
         {"rounded up", {3000, 2001}, 0, {1600, 900}, FillMode::fit, 1350},
     };

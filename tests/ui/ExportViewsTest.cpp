@@ -7,6 +7,7 @@
 #include "ui/ExportSheet.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
@@ -105,12 +106,20 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     views.project().remove({views.id("p.jpg")});
     EXPECT_EQ(footer(), QStringLiteral("No fast export: “b.mp4” is trimmed off a key frame"));
 
-    // Export asks where, and starts only when confirmed.
+    // Export asks where, and starts only when confirmed: in the desktop's Videos folder, at
+    // home while there is none, and then where the last export went.
+    const QString config = scratchFolder(), videos = config + "/Videos";
+    qputenv("XDG_CONFIG_HOME", config.toUtf8());
+    QFile dirs(config + "/user-dirs.dirs");
+    ASSERT_TRUE(dirs.open(QIODevice::WriteOnly));
+    dirs.write("XDG_VIDEOS_DIR=\"" + videos.toUtf8() + "\"\n");
+    dirs.close();
     find<QPushButton>("MOV")->click();
     QTest::keyClick(sheet.get(), Qt::Key_Return);
     EXPECT_FALSE(sheet->isVisible()) << "the sheet closes before the save dialog";
     QFileDialog* dialog = saveDialog();
     ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->directory().path(), QDir::homePath());
     EXPECT_EQ(dialog->selectedFiles().value(0).section(u'/', -1),
               QStringLiteral("Merged Video.mov"));
     EXPECT_EQ(dialog->nameFilters(), QStringList{QStringLiteral("QuickTime Movie (*.mov)")});
@@ -118,10 +127,14 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     QCoreApplication::processEvents();
     EXPECT_EQ(views.exporter().state().kind, Kind::idle) << "cancelled: nothing starts";
 
-    openSheet();
-    find<QPushButton>("Export…")->click();
-    dialog = saveDialog();
-    ASSERT_NE(dialog, nullptr);
+    const auto askWhere = [&] {
+        openSheet();
+        find<QPushButton>("Export…")->click();
+        return saveDialog();
+    };
+    ASSERT_TRUE(QDir().mkdir(videos));
+    ASSERT_NE(dialog = askWhere(), nullptr);
+    EXPECT_EQ(dialog->directory().path(), videos);
     // One of the clips, "Replace?" answered yes: the sentence, nothing touched, and the dialog
     // again where the person was.
     const QString clip = views.files() + QStringLiteral("/a.mp4");
@@ -148,6 +161,9 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     QMetaObject::invokeMethod(dialog, "accept"); // the Save button
     ASSERT_TRUE(waitUntil([&] { return views.exporter().state().kind == Kind::done; }));
     EXPECT_NEAR(MediaProbe::probe(QUrl::fromLocalFile(out)).duration, 3.5, 0.1);
+    ASSERT_NE(dialog = askWhere(), nullptr);
+    EXPECT_EQ(dialog->directory().path(), QFileInfo(out).path());
+    dialog->reject();
 }
 
 // A person reads how long is left off the bar while a real export runs: nothing for the first

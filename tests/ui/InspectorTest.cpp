@@ -89,6 +89,8 @@ TEST_F(InspectorTest, TrimSlidersKeepTheirRangesAndADragIsOneTrimStep) {
     QTest::keyClick(find<QSlider>("End"), Qt::Key_Home);
     EXPECT_EQ(text("End time"), QStringLiteral("0:05.1"));
     EXPECT_NEAR(edits("beach.mp4").trimEnd, 4.9, 1e-9);
+    QTest::keyClick(find<QSlider>("Start"), Qt::Key_End);
+    EXPECT_EQ(text("Start time"), QStringLiteral("0:05.0")) << "0.1 s before the end";
     settle();
     views.undo().undo();
     views.undo().undo();
@@ -148,8 +150,10 @@ TEST_F(InspectorTest, PhotoDurationStepsAlongTheLadder) {
     QTest::keyClick(duration, Qt::Key_Down);
     QTest::keyClick(duration, Qt::Key_Down);
     EXPECT_EQ(edits("p.jpg").photoDuration, 2.5);
-    for (const auto& [from, up, down] :
-         {std::tuple{10.0, 15.0, 9.0}, {12.0, 15.0, 10.0}, {60.0, 60.0, 55.0}, {0.7, 1.0, 0.5}}) {
+    // From, a step up, a step down; beyond the ladder a typed value never steps the wrong way.
+    const std::tuple<double, double, double> steps[] = {
+        {10, 15, 9}, {12, 15, 10}, {60, 60, 55}, {0.7, 1, 0.5}, {90, 90, 60}, {0.3, 0.5, 0.3}};
+    for (const auto& [from, up, down] : steps) {
         EXPECT_EQ(ui::InspectorView::stepDuration(1, from), up) << from;
         EXPECT_EQ(ui::InspectorView::stepDuration(-1, from), down) << from;
     }

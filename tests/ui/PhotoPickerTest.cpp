@@ -57,10 +57,9 @@ TEST_F(PhotoPickerTest, PickedItemsAreImportedOldestFirstInOneStep) {
     place(pictures, "morning.jpg", 1);
     place(pictures + "/Trip", "noon.mp4", 5, true);
     place(pictures, "evening.jpg", 9);
-    place(pictures, "notes.txt", 10); // not a photo by its name: not offered
     QPointer<PhotoPicker> picker = open();
     QAbstractItemModel* grid = picker->grid()->model();
-    EXPECT_EQ(grid->rowCount(), 3) << "photos and videos only";
+    EXPECT_EQ(grid->rowCount(), 3);
     EXPECT_EQ(grid->index(0, 0).data().toString(), "evening.jpg") << "newest first";
     EXPECT_EQ(grid->index(1, 0).data().toString(), "noon.mp4") << "from a folder within";
     EXPECT_FALSE(picker->addButton()->isEnabled());
@@ -99,6 +98,12 @@ TEST_F(PhotoPickerTest, ACameraConnectedWhileOpenJoinsThePlacesWithoutChangingTh
     picker->placeBox()->setCurrentIndex(1);
     emit picker->placeBox()->activated(1);
     ASSERT_TRUE(waitUntil([&] { return picker->isListed() && !picker->showsNote(); }));
+    EXPECT_EQ(picker->grid()->model()->rowCount(), 1);
+
+    // A camera whose name sorts earlier: the place shown keeps its name and its photos.
+    QDir().mkpath(mounts + "/A_CAM/DCIM");
+    ASSERT_TRUE(waitUntil([&] { return picker->placeBox()->count() == 3; }, 10000));
+    EXPECT_EQ(picker->placeBox()->currentText(), "CANON_EOS");
     EXPECT_EQ(picker->grid()->model()->rowCount(), 1);
     picker->close();
 }
