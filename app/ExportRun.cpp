@@ -1,6 +1,7 @@
 #include "app/ExportRun.h"
 
 #include "app/CommandLine.h"
+#include "app/QuitSignals.h"
 #include "export/CopyVerdict.h"
 #include "export/ExportController.h"
 #include "media/MediaProbe.h"
@@ -9,7 +10,6 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QFileInfo>
-#include <QSocketNotifier>
 
 #include <csignal>
 #include <cstdio>
@@ -19,37 +19,6 @@ namespace vimbo::app {
 namespace {
 
 constexpr int exitInterrupted = 130;
-int interruptPipe[2] = {-1, -1};
-
-void onInterrupt(int) {
-    const char byte = 1;
-    [[maybe_unused]] const auto written = ::write(interruptPipe[1], &byte, 1);
-}
-
-// Ctrl-C, as a queued call on the interface thread for as long as it lives.
-class Interrupts {
-public:
-    explicit Interrupts(std::function<void()> onInterrupt_) {
-        if (::pipe(interruptPipe) != 0)
-            return;
-        notifier_ = std::make_unique<QSocketNotifier>(interruptPipe[0], QSocketNotifier::Read);
-        QObject::connect(notifier_.get(), &QSocketNotifier::activated, [onInterrupt_] {
-            char byte = 0;
-            [[maybe_unused]] const auto got = ::read(interruptPipe[0], &byte, 1);
-            onInterrupt_();
-        });
-        std::signal(SIGINT, onInterrupt);
-        std::signal(SIGTERM, onInterrupt);
-    }
-    ~Interrupts() {
-        std::signal(SIGINT, SIG_DFL);
-        std::signal(SIGTERM, SIG_DFL);
-    }
-
-private:
-    std::unique_ptr<QSocketNotifier> notifier_;
-};
-
 // The progress line: a bar on a terminal, a plain line every tenth otherwise.
 class ProgressView {
 public:
@@ -127,7 +96,7 @@ int exportProject(const Project& project, const ExportOptions& options) {
         else
             loop.quit();
     });
-    Interrupts interrupts([&] {
+    const QuitSignals interrupts({SIGINT, SIGTERM}, [&] {
         interrupted = true;
         controller.cancel();
     });
