@@ -2,7 +2,6 @@
 
 #include "app/CommandLine.h"
 #include "app/QuitSignals.h"
-#include "export/CopyVerdict.h"
 #include "export/ExportController.h"
 #include "media/MediaProbe.h"
 #include "model/TimeText.h"
@@ -19,6 +18,7 @@ namespace vimbo::app {
 namespace {
 
 constexpr int exitInterrupted = 130;
+
 // The progress line: a bar on a terminal, a plain line every tenth otherwise.
 class ProgressView {
 public:
@@ -79,16 +79,16 @@ int exportProject(const Project& project, const ExportOptions& options) {
         exportFormatFromRaw(QFileInfo(path).suffix().toLower()).value_or(ExportFormat::mp4));
 
     const ExportQuality quality = options.quality.value_or(ExportQuality::original);
-    // Say why the copy the person may expect at Original is not happening, as the window does.
-    if (quality == ExportQuality::original)
-        if (const QString why = decideCopy(segments, project.layout(), CancelFlag()).whyNot;
-            !why.isEmpty())
-            std::fprintf(stderr, "%s\n", qPrintable(why));
-
     ExportController controller;
     ProgressView view;
     QEventLoop loop;
     bool interrupted = false;
+    // Say why the copy the person may expect at Original is not happening, as the window does;
+    // the export decides it once, under the same Ctrl-C as the rest of its work.
+    QObject::connect(&controller, &ExportController::copyDecided, &loop, [](const QString& why) {
+        if (!why.isEmpty())
+            std::fprintf(stderr, "%s\n", qPrintable(why));
+    });
     QObject::connect(&controller, &ExportController::stateChanged, &loop, [&] {
         const ExportController::State& s = controller.state();
         if (s.kind == ExportController::State::Kind::running)

@@ -23,7 +23,7 @@ void removeFile(const QString& path) {
 
 struct Exporter::Plan {
     std::shared_ptr<const Timeline> timeline;
-    std::optional<CopyJob> copy;
+    std::shared_ptr<const CopyVerdict> copy; // present when the export copies
     Preset preset = Preset::highestQuality;
 };
 
@@ -34,10 +34,11 @@ std::optional<double> Exporter::longEdgeCap(ExportQuality quality) {
 }
 
 Exporter::Exporter(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
-                   ExportQuality quality)
+                   ExportQuality quality, std::shared_ptr<const CopyVerdict> verdict)
     : layout_(layout)
     , format_(format)
-    , quality_(quality) {
+    , quality_(quality)
+    , verdict_(std::move(verdict)) {
     for (const Segment& s : segments)
         if (s.info.isUsable())
             segments_.push_back(s);
@@ -55,7 +56,7 @@ double Exporter::duration() const {
                            [](double sum, const Segment& s) { return sum + s.duration(); });
 }
 
-Exporter::Plan Exporter::prepare() {
+Exporter::Plan Exporter::prepare(const Decided& decided) {
     Plan plan;
     const auto build = [&](std::optional<double> maxLongEdge, bool passthrough) {
         return std::make_shared<const Timeline>(
@@ -63,10 +64,14 @@ Exporter::Plan Exporter::prepare() {
     };
     if (quality_ == ExportQuality::original) {
         // The same verdict the export sheet shows: copy exactly when it says so.
-        CopyVerdict verdict = decideCopy(segments_, layout_, *cancel_);
-        if (verdict.job) {
+        std::shared_ptr<const CopyVerdict> verdict = verdict_;
+        if (!verdict)
+            verdict = std::make_shared<const CopyVerdict>(decideCopy(segments_, layout_, *cancel_));
+        if (decided)
+            decided(verdict->whyNot);
+        if (verdict->copies()) {
             plan.timeline = build(std::nullopt, true);
-            plan.copy = std::move(verdict.job);
+            plan.copy = std::move(verdict);
             plan.preset = Preset::passthrough;
             return plan;
         }
@@ -78,8 +83,9 @@ Exporter::Plan Exporter::prepare() {
     return plan;
 }
 
-void Exporter::export_(const QString& destination, const Progress& progress) {
-    Plan plan = prepare();
+void Exporter::export_(const QString& destination, const Progress& progress,
+                       const Decided& decided) {
+    Plan plan = prepare(decided);
     removeFile(destination);
     {
         std::lock_guard lock(lock_);
@@ -115,7 +121,7 @@ void Exporter::run(const Plan& plan, const QString& destination, const Progress&
     ProgressTicker ticker(fraction_, progress);
     const auto store = [this](double f) { fraction_.store(f, std::memory_order_relaxed); };
     if (plan.copy)
-        copyStreams(*plan.copy, destination, format_, *cancel_, store);
+        copyStreams(*plan.copy->job, destination, format_, *cancel_, store);
     else
         reencode(plan.timeline, plan.preset, format_, destination, cancel_, store);
 }
