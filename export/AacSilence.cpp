@@ -1,7 +1,7 @@
 #include "export/AacSilence.h"
 
-#include "export/CopyPlan.h"
 #include "export/Encoder.h"
+#include "media/CodecCodes.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -31,14 +31,11 @@ ff::CodecPtr openEncoder(const AVCodecParameters& stream) {
 } // namespace
 
 std::optional<QByteArray> aacSilence(const AVCodecParameters& stream) {
-    const QByteArray sourceConfig(reinterpret_cast<const char*>(stream.extradata),
-                                  stream.extradata_size);
-    const auto wanted = aacConfig(sourceConfig);
+    const auto wanted = aacConfig(stream.extradata, stream.extradata_size);
     ff::CodecPtr encoder = openEncoder(stream);
     if (!wanted || !encoder)
         return std::nullopt;
-    const auto made = aacConfig(
-        QByteArray(reinterpret_cast<const char*>(encoder->extradata), encoder->extradata_size));
+    const auto made = aacConfig(encoder->extradata, encoder->extradata_size);
     if (made != wanted)
         return std::nullopt;
     ff::FramePtr frame = ff::makeFrame();
