@@ -1,7 +1,7 @@
 #include "app/ExportRun.h"
 
 #include "app/CommandLine.h"
-#include "export/CopyVerdict.h"
+#include "app/QuitSignals.h"
 #include "export/Destination.h"
 #include "export/ExportController.h"
 #include "export/ExportFailure.h"
@@ -11,7 +11,6 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QFileInfo>
-#include <QSocketNotifier>
 
 #include <csignal>
 #include <cstdio>
@@ -21,36 +20,6 @@ namespace vimbo::app {
 namespace {
 
 constexpr int exitInterrupted = 130;
-int interruptPipe[2] = {-1, -1};
-
-void onInterrupt(int) {
-    const char byte = 1;
-    [[maybe_unused]] const auto written = ::write(interruptPipe[1], &byte, 1);
-}
-
-// Ctrl-C, as a queued call on the interface thread for as long as it lives.
-class Interrupts {
-public:
-    explicit Interrupts(std::function<void()> onInterrupt_) {
-        if (::pipe(interruptPipe) != 0)
-            return;
-        notifier_ = std::make_unique<QSocketNotifier>(interruptPipe[0], QSocketNotifier::Read);
-        QObject::connect(notifier_.get(), &QSocketNotifier::activated, [onInterrupt_] {
-            char byte = 0;
-            [[maybe_unused]] const auto got = ::read(interruptPipe[0], &byte, 1);
-            onInterrupt_();
-        });
-        std::signal(SIGINT, onInterrupt);
-        std::signal(SIGTERM, onInterrupt);
-    }
-    ~Interrupts() {
-        std::signal(SIGINT, SIG_DFL);
-        std::signal(SIGTERM, SIG_DFL);
-    }
-
-private:
-    std::unique_ptr<QSocketNotifier> notifier_;
-};
 
 // The progress line: a bar on a terminal, a plain line every tenth otherwise.
 class ProgressView {
@@ -119,16 +88,16 @@ int exportProject(const Project& project, const ExportOptions& options) {
     }
 
     const ExportQuality quality = options.quality.value_or(ExportQuality::original);
-    // Say why the copy the person may expect at Original is not happening, as the window does.
-    if (quality == ExportQuality::original)
-        if (const QString why = decideCopy(segments, project.layout(), CancelFlag()).whyNot;
-            !why.isEmpty())
-            std::fprintf(stderr, "%s\n", qPrintable(why));
-
     ExportController controller;
     ProgressView view;
     QEventLoop loop;
     bool interrupted = false;
+    // Say why the copy the person may expect at Original is not happening, as the window does;
+    // the export decides it once, under the same Ctrl-C as the rest of its work.
+    QObject::connect(&controller, &ExportController::copyDecided, &loop, [](const QString& why) {
+        if (!why.isEmpty())
+            std::fprintf(stderr, "%s\n", qPrintable(why));
+    });
     QObject::connect(&controller, &ExportController::stateChanged, &loop, [&] {
         const ExportController::State& s = controller.state();
         if (s.kind == ExportController::State::Kind::running)
@@ -136,7 +105,7 @@ int exportProject(const Project& project, const ExportOptions& options) {
         else
             loop.quit();
     });
-    Interrupts interrupts([&] {
+    const QuitSignals interrupts({SIGINT, SIGTERM}, [&] {
         interrupted = true;
         controller.cancel();
     });

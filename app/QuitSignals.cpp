@@ -10,7 +10,6 @@ namespace vimbo::app {
 namespace {
 
 int signalPipe[2] = {-1, -1};
-constexpr int handled[] = {SIGTERM, SIGHUP, SIGINT};
 
 void onSignal(int) {
     const char byte = 1;
@@ -19,7 +18,9 @@ void onSignal(int) {
 
 } // namespace
 
-QuitSignals::QuitSignals(std::function<void()> onSignal_) {
+QuitSignals::QuitSignals(std::initializer_list<int> which, std::function<void()> onSignal_)
+    : signals_(which) {
+    // Close-on-exec: a program started meanwhile must not hold the pipe open.
     if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     notifier_ = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
@@ -33,12 +34,12 @@ QuitSignals::QuitSignals(std::function<void()> onSignal_) {
     action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    for (const int signal : handled)
+    for (const int signal : signals_)
         ::sigaction(signal, &action, nullptr);
 }
 
 QuitSignals::~QuitSignals() {
-    for (const int signal : handled)
+    for (const int signal : signals_)
         std::signal(signal, SIG_DFL);
     notifier_.reset();
     for (int& end : signalPipe)

@@ -18,6 +18,7 @@
 #include <QFileInfo>
 #include <QIcon>
 
+#include <csignal>
 #include <cstdio>
 
 namespace vimbo::app {
@@ -87,7 +88,7 @@ int windowCommand(int argc, char** argv, const QStringList& files) {
     // Saved also when the session ends the program some other way than by closing the window.
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &app,
                      [&shell] { shell.project().saveNow(); });
-    const QuitSignals signals_([&shell] { shell.quit(); });
+    const QuitSignals signals_({SIGTERM, SIGHUP, SIGINT}, [&shell] { shell.quit(); });
     shell.open(urls);
     shell.show();
     return app.exec();

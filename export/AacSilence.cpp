@@ -1,6 +1,7 @@
 #include "export/AacSilence.h"
 
-#include "export/CopyPlan.h"
+#include "export/Encoder.h"
+#include "media/CodecCodes.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -30,14 +31,11 @@ ff::CodecPtr openEncoder(const AVCodecParameters& stream) {
 } // namespace
 
 std::optional<QByteArray> aacSilence(const AVCodecParameters& stream) {
-    const QByteArray sourceConfig(reinterpret_cast<const char*>(stream.extradata),
-                                  stream.extradata_size);
-    const auto wanted = aacConfig(sourceConfig);
+    const auto wanted = aacConfig(stream.extradata, stream.extradata_size);
     ff::CodecPtr encoder = openEncoder(stream);
     if (!wanted || !encoder)
         return std::nullopt;
-    const auto made = aacConfig(
-        QByteArray(reinterpret_cast<const char*>(encoder->extradata), encoder->extradata_size));
+    const auto made = aacConfig(encoder->extradata, encoder->extradata_size);
     if (made != wanted)
         return std::nullopt;
     ff::FramePtr frame = ff::makeFrame();
@@ -55,12 +53,10 @@ std::optional<QByteArray> aacSilence(const AVCodecParameters& stream) {
     std::optional<QByteArray> settled;
     for (int i = 0; i < 4; ++i) {
         frame->pts = static_cast<std::int64_t>(i) * encoder->frame_size;
-        if (avcodec_send_frame(encoder.get(), frame.get()) < 0)
+        if (!encodeFrame(encoder.get(), frame.get(), packet.get(), [&](const AVPacket* p) {
+                settled = QByteArray(reinterpret_cast<const char*>(p->data), p->size);
+            }))
             return std::nullopt;
-        while (avcodec_receive_packet(encoder.get(), packet.get()) == 0) {
-            settled = QByteArray(reinterpret_cast<const char*>(packet->data), packet->size);
-            av_packet_unref(packet.get());
-        }
     }
     return settled;
 }

@@ -1,5 +1,7 @@
 #include "export/CopyPlan.h"
 
+#include "media/CodecCodes.h"
+
 extern "C" {
 #include <libavcodec/codec_id.h>
 #include <libavutil/mathematics.h>
@@ -125,9 +127,13 @@ std::int64_t inOutput(std::int64_t t, const VideoCut& cut, std::int64_t timescal
 
 CopyRefusal checkAudio(const CopyClip& clip, const AudioFacts& ref) {
     const AudioFacts& a = *clip.audio;
-    const auto config = aacConfig(a.extradata);
+    const auto config = aacConfig(reinterpret_cast<const std::uint8_t*>(a.extradata.constData()),
+                                  static_cast<int>(a.extradata.size()));
+    // Plain AAC-LC at a rate of the table and a channel count of its own, as the silence
+    // encoder makes it.
     if (a.codecId != AV_CODEC_ID_AAC || !config || config->objectType != 2 ||
-        config->channelConfiguration == 0 || a.timeBase.num != 1 || a.timeBase.den != a.sampleRate)
+        config->frequencyIndex == 15 || config->channelConfiguration == 0 || a.timeBase.num != 1 ||
+        a.timeBase.den != a.sampleRate)
         return CopyRefusal::audioCodec;
     if (a.extradata != ref.extradata || a.sampleRate != ref.sampleRate ||
         a.channels != ref.channels)
@@ -262,20 +268,6 @@ PlanResult planCopy(const std::vector<CopyClip>& clips) {
     if (refusal != CopyRefusal::none)
         return {std::nullopt, refusal, refused};
     return {std::move(plan), CopyRefusal::none, -1};
-}
-
-std::optional<AacConfig> aacConfig(const QByteArray& extradata) {
-    if (extradata.size() < 2)
-        return std::nullopt;
-    const auto b0 = static_cast<unsigned char>(extradata[0]);
-    const auto b1 = static_cast<unsigned char>(extradata[1]);
-    AacConfig c;
-    c.objectType = b0 >> 3;
-    c.frequencyIndex = ((b0 & 7) << 1) | (b1 >> 7);
-    c.channelConfiguration = (b1 >> 3) & 15;
-    if (c.objectType == 31 || c.frequencyIndex == 15)
-        return std::nullopt; // escaped values: not the plain AAC-LC this copies
-    return c;
 }
 
 } // namespace vimbo

@@ -133,14 +133,4 @@ struct PlanResult {
 // The plan for joining the clips in order, or why they cannot be joined exactly.
 PlanResult planCopy(const std::vector<CopyClip>& clips);
 
-// Object type, sampling-frequency index and channel configuration of an AudioSpecificConfig;
-// two AAC streams whose triples are equal can share raw frames.
-struct AacConfig {
-    int objectType = 0;
-    int frequencyIndex = 0;
-    int channelConfiguration = 0;
-    friend bool operator==(const AacConfig&, const AacConfig&) = default;
-};
-std::optional<AacConfig> aacConfig(const QByteArray& extradata);
-
 } // namespace vimbo

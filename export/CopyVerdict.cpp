@@ -4,6 +4,10 @@
 #include "model/VimboError.h"
 #include "timeline/Timeline.h"
 
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
 #include <QCoreApplication>
 #include <QLocale>
 #include <QStringList>
@@ -27,18 +31,18 @@ QString sizeText(Size size) {
         .arg(std::lround(size.height));
 }
 
-// The codec's everyday name for a four-character code; the code itself when it has none.
-QString codecName(const QString& code) {
-    static const std::pair<const char*, const char*> names[] = {
-        {"avc1", "H.264"},  {"avc3", "H.264"},       {"hvc1", "HEVC"},   {"hev1", "HEVC"},
-        {"apch", "ProRes"}, {"apcn", "ProRes"},      {"apcs", "ProRes"}, {"apco", "ProRes"},
-        {"ap4h", "ProRes"}, {"ap4x", "ProRes"},      {"mp4v", "MPEG-4"}, {"vp09", "VP9"},
-        {"av01", "AV1"},    {"jpeg", "Motion JPEG"},
+// The codec's everyday name; its four-character code when it has none.
+QString codecName(const MediaInfo& info) {
+    static const std::pair<AVCodecID, const char*> names[] = {
+        {AV_CODEC_ID_H264, "H.264"},        {AV_CODEC_ID_HEVC, "HEVC"},
+        {AV_CODEC_ID_PRORES, "ProRes"},     {AV_CODEC_ID_MPEG4, "MPEG-4"},
+        {AV_CODEC_ID_VP9, "VP9"},           {AV_CODEC_ID_AV1, "AV1"},
+        {AV_CODEC_ID_MJPEG, "Motion JPEG"},
     };
-    for (const auto& [fourCC, everyday] : names)
-        if (code == QLatin1String(fourCC))
+    for (const auto& [id, everyday] : names)
+        if (info.videoCoding.codec == id)
             return QString::fromLatin1(everyday);
-    return code.isEmpty() ? tr("unknown") : code;
+    return info.codec.isEmpty() ? tr("unknown") : info.codec;
 }
 
 // "aac 48000 2" as "AAC 48 kHz stereo".
@@ -74,7 +78,7 @@ QString obstacleText(const JoinObstacle& o, const std::vector<Segment>& segments
         return tr("%1 is rotated").arg(name(c));
     case Kind::codec:
         return tr("%1 uses a different codec from %2 (%3, not %4)")
-            .arg(name(c), name(r), codecName(c.info.codec), codecName(r.info.codec));
+            .arg(name(c), name(r), codecName(c.info), codecName(r.info));
     case Kind::codedSize:
         return tr("%1 has a different frame size from %2 (%3, not %4)")
             .arg(name(c), name(r), sizeText(c.info.naturalSize), sizeText(r.info.naturalSize));

@@ -73,19 +73,25 @@ Encoder Encoder::audio(const AudioEncoderSettings& settings) {
     return Encoder(std::move(c));
 }
 
-void Encoder::encode(const AVFrame* frame, const Sink& sink) {
-    int sent = avcodec_send_frame(context_.get(), frame);
+bool encodeFrame(AVCodecContext* encoder, const AVFrame* frame, AVPacket* packet,
+                 const PacketSink& sink) {
+    const int sent = avcodec_send_frame(encoder, frame);
     if (sent < 0 && sent != AVERROR_EOF)
-        throw ExportFailure::failed();
+        return false;
     for (;;) {
-        const int got = avcodec_receive_packet(context_.get(), packet_.get());
+        const int got = avcodec_receive_packet(encoder, packet);
         if (got == AVERROR(EAGAIN) || got == AVERROR_EOF)
-            return;
+            return true;
         if (got < 0)
-            throw ExportFailure::failed();
-        sink(packet_.get());
-        av_packet_unref(packet_.get());
+            return false;
+        sink(packet);
+        av_packet_unref(packet);
     }
+}
+
+void Encoder::encode(const AVFrame* frame, const Sink& sink) {
+    if (!encodeFrame(context_.get(), frame, packet_.get(), sink))
+        throw ExportFailure::failed();
 }
 
 } // namespace vimbo

@@ -12,9 +12,16 @@
 
 namespace vimbo {
 
+using PacketSink = std::function<void(AVPacket*)>;
+
+// Sends one frame (null flushes) to an open encoder and hands every packet that comes out to
+// `sink`, through `packet`; false on an encoder error.
+bool encodeFrame(AVCodecContext* encoder, const AVFrame* frame, AVPacket* packet,
+                 const PacketSink& sink);
+
 class Encoder {
 public:
-    using Sink = std::function<void(AVPacket*)>;
+    using Sink = PacketSink;
 
     // Throws the "can't be exported" failure when the encoder is missing or refuses the
     // settings.

@@ -1,16 +1,17 @@
 #include "export/EncoderSettings.h"
 
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
 namespace vimbo {
 
 Preset reencodingPreset(ExportQuality quality, const std::vector<Segment>& segments) {
     switch (quality) {
     case ExportQuality::original:
-        for (const Segment& s : segments) {
-            const QString& codec = s.info.codec;
-            if (codec.startsWith(QLatin1String("hvc")) || codec.startsWith(QLatin1String("hev")) ||
-                s.info.isHDR)
+        for (const Segment& s : segments)
+            if (s.info.videoCoding.codec == AV_CODEC_ID_HEVC || s.info.isHDR)
                 return Preset::hevcHighestQuality;
-        }
         return Preset::highestQuality;
     case ExportQuality::high:
         return Preset::highestQuality;

@@ -36,7 +36,8 @@ void ExportController::setState(const State& state) {
 }
 
 void ExportController::start(const std::vector<Segment>& segments, const Layout& layout,
-                             ExportFormat format, ExportQuality quality, const QUrl& to) {
+                             ExportFormat format, ExportQuality quality, const QUrl& to,
+                             std::shared_ptr<const CopyVerdict> verdict) {
     const std::uint64_t generation = ++generations_;
     current_ = generation;
     std::erase_if(runs_, [](const Run& run) {
@@ -51,7 +52,8 @@ void ExportController::start(const std::vector<Segment>& segments, const Layout&
             run.exporter->cancel();
             predecessors.push_back(run.ended);
         }
-    auto exporter = std::make_shared<Exporter>(segments, layout, format, quality);
+    auto exporter =
+        std::make_shared<Exporter>(segments, layout, format, quality, std::move(verdict));
     auto end = std::make_shared<std::promise<void>>();
     runs_.push_back({generation, destination, exporter, end->get_future().share()});
     setState(State::running(0, std::nullopt));
@@ -66,9 +68,18 @@ void ExportController::start(const std::vector<Segment>& segments, const Layout&
             QMetaObject::invokeMethod(
                 this, [this, generation, p] { progressed(generation, p); }, Qt::QueuedConnection);
         };
+        const auto decided = [this, generation](const QString& whyNot) {
+            QMetaObject::invokeMethod(
+                this,
+                [this, generation, whyNot] {
+                    if (generation == current_)
+                        emit copyDecided(whyNot);
+                },
+                Qt::QueuedConnection);
+        };
         State outcome;
         try {
-            exporter->export_(to.toLocalFile(), report);
+            exporter->export_(to.toLocalFile(), report, decided);
             outcome = State::done(to);
         } catch (const Cancelled&) {
             outcome = State::idle();

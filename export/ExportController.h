@@ -26,6 +26,7 @@
 namespace vimbo {
 
 class Exporter;
+struct CopyVerdict;
 
 class ExportController : public QObject {
     Q_OBJECT
@@ -58,8 +59,11 @@ public:
     void close() { setState(State::idle()); }
 
     // Starts exporting at once in the background; failures become the `failed` state.
+    // `verdict`: decideCopy's answer for these segments and layout, when one was already worked
+    // out; otherwise an export at Original decides itself and says so through copyDecided.
     void start(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
-               ExportQuality quality, const QUrl& to);
+               ExportQuality quality, const QUrl& to,
+               std::shared_ptr<const CopyVerdict> verdict = nullptr);
     // Stops the current export (the file it was to replace stays as it was) and goes idle at
     // once.
     void cancel();
@@ -71,6 +75,9 @@ public:
 
 signals:
     void stateChanged();
+    // The current export at Original has decided whether it copies: `whyNot` is empty when it
+    // does, otherwise the line that says why not. Comes before its first progress.
+    void copyDecided(const QString& whyNot);
 
 private:
     // An export that may still be running.

@@ -15,7 +15,7 @@
 namespace vimbo {
 struct Exporter::Plan {
     std::shared_ptr<const Timeline> timeline;
-    std::optional<CopyJob> copy;
+    std::shared_ptr<const CopyVerdict> copy; // present when the export copies
     Preset preset = Preset::highestQuality;
 };
 
@@ -26,10 +26,11 @@ std::optional<double> Exporter::longEdgeCap(ExportQuality quality) {
 }
 
 Exporter::Exporter(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
-                   ExportQuality quality)
+                   ExportQuality quality, std::shared_ptr<const CopyVerdict> verdict)
     : layout_(layout)
     , format_(format)
-    , quality_(quality) {
+    , quality_(quality)
+    , verdict_(std::move(verdict)) {
     for (const Segment& s : segments)
         if (s.info.isUsable())
             segments_.push_back(s);
@@ -47,7 +48,7 @@ double Exporter::duration() const {
                            [](double sum, const Segment& s) { return sum + s.duration(); });
 }
 
-Exporter::Plan Exporter::prepare() {
+Exporter::Plan Exporter::prepare(const Decided& decided) {
     Plan plan;
     const auto build = [&](std::optional<double> maxLongEdge, bool passthrough) {
         return std::make_shared<const Timeline>(
@@ -55,10 +56,14 @@ Exporter::Plan Exporter::prepare() {
     };
     if (quality_ == ExportQuality::original) {
         // The same verdict the export sheet shows: copy exactly when it says so.
-        CopyVerdict verdict = decideCopy(segments_, layout_, *cancel_);
-        if (verdict.job) {
+        std::shared_ptr<const CopyVerdict> verdict = verdict_;
+        if (!verdict)
+            verdict = std::make_shared<const CopyVerdict>(decideCopy(segments_, layout_, *cancel_));
+        if (decided)
+            decided(verdict->whyNot);
+        if (verdict->copies()) {
             plan.timeline = build(std::nullopt, true);
-            plan.copy = std::move(verdict.job);
+            plan.copy = std::move(verdict);
             plan.preset = Preset::passthrough;
             return plan;
         }
@@ -70,13 +75,14 @@ Exporter::Plan Exporter::prepare() {
     return plan;
 }
 
-void Exporter::export_(const QString& destination, const Progress& progress) {
+void Exporter::export_(const QString& destination, const Progress& progress,
+                       const Decided& decided) {
     std::vector<QString> clips;
     for (const Segment& s : segments_)
         clips.push_back(s.url.toLocalFile());
     if (const std::optional<QString> clip = sameFileAs(destination, clips))
         throw ExportFailure::overClip(*clip);
-    Plan plan = prepare();
+    Plan plan = prepare(decided);
     {
         std::lock_guard lock(lock_);
         // Either cancel() came first and nothing starts, or the job starts and sees the flag.
@@ -118,7 +124,7 @@ void Exporter::run(const Plan& plan, const QString& destination, const Progress&
     ProgressTicker ticker(fraction_, progress);
     const auto store = [this](double f) { fraction_.store(f, std::memory_order_relaxed); };
     if (plan.copy)
-        copyStreams(*plan.copy, destination, format_, *cancel_, store);
+        copyStreams(*plan.copy->job, destination, format_, *cancel_, store);
     else
         reencode(plan.timeline, plan.preset, format_, destination, cancel_, store);
 }

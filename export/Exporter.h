@@ -32,15 +32,20 @@
 namespace vimbo {
 
 class Timeline;
-struct CopyJob;
+struct CopyVerdict;
 
 class Exporter {
 public:
     using Progress = std::function<void(double)>;
+    // At Original, the copy decision once made: empty when the export copies, otherwise the
+    // line that says why not. Called on export_'s thread before any progress.
+    using Decided = std::function<void(const QString& whyNot)>;
 
-    // Keeps only the usable segments (videos and photos), in order.
+    // Keeps only the usable segments (videos and photos), in order. `verdict`, when given, is
+    // decideCopy's answer for these very segments and layout (the export sheet's): an export at
+    // Original follows it instead of reading every clip's packet table again.
     Exporter(const std::vector<Segment>& segments, const Layout& layout, ExportFormat format,
-             ExportQuality quality);
+             ExportQuality quality, std::shared_ptr<const CopyVerdict> verdict = nullptr);
     ~Exporter();
 
     // Original quality over clips whose probed facts allow joining without re-encoding. The
@@ -55,18 +60,19 @@ public:
     // 1920); none at Original. The export sheet shows the size this gives.
     static std::optional<double> longEdgeCap(ExportQuality quality);
 
-    void export_(const QString& destination, const Progress& progress);
+    void export_(const QString& destination, const Progress& progress, const Decided& decided = {});
     void cancel();
 
 private:
     struct Plan;
-    Plan prepare();
+    Plan prepare(const Decided& decided);
     void run(const Plan& plan, const QString& destination, const Progress& progress);
 
     std::vector<Segment> segments_;
     Layout layout_;
     ExportFormat format_;
     ExportQuality quality_;
+    std::shared_ptr<const CopyVerdict> verdict_;
 
     std::mutex lock_;
     bool cancelled_ = false; // guarded by lock_

@@ -6,27 +6,18 @@ ProgressTicker::ProgressTicker(const std::atomic<double>& fraction,
                                std::function<void(double)> report)
     : fraction_(fraction)
     , report_(std::move(report))
-    , thread_([this] { run(); }) {}
+    , worker_([this](std::stop_token stop) { run(stop); }) {}
 
-ProgressTicker::~ProgressTicker() {
-    {
-        std::lock_guard lock(mutex_);
-        stopped_ = true;
-    }
-    wake_.notify_all();
-    thread_.join();
-}
-
-void ProgressTicker::run() {
-    std::unique_lock lock(mutex_);
+void ProgressTicker::run(const std::stop_token& stop) {
+    std::unique_lock lock(worker_.mutex());
+    // Periods are counted from the first report, so reports keep their pace.
     auto next = std::chrono::steady_clock::now();
-    while (!stopped_) {
+    while (!stop.stop_requested()) {
         lock.unlock();
         report_(fraction_.load(std::memory_order_relaxed));
         lock.lock();
-        // Periods are counted from the first report, so reports keep their pace.
         next += period;
-        wake_.wait_until(lock, next, [&] { return stopped_; });
+        worker_.sleepUntil(lock, stop, next);
     }
 }
 

@@ -4,12 +4,11 @@
 // clock, until stopped. The job only stores its fraction; the ticker samples it, so a report
 // never waits for the job and the job never waits for a report.
 
+#include "media/Worker.h"
+
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
-#include <thread>
 
 namespace vimbo {
 
@@ -21,17 +20,14 @@ public:
     ProgressTicker(const ProgressTicker&) = delete;
     ProgressTicker& operator=(const ProgressTicker&) = delete;
     // Stops and waits for the thread; no report follows.
-    ~ProgressTicker();
+    ~ProgressTicker() = default;
 
 private:
-    void run();
+    void run(const std::stop_token& stop);
 
     const std::atomic<double>& fraction_;
     std::function<void(double)> report_;
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    bool stopped_ = false;
-    std::thread thread_;
+    Worker worker_;
 };
 
 } // namespace vimbo

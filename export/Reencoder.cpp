@@ -26,7 +26,7 @@ class Stage {
 public:
     template <typename Work>
     Stage(Work work, std::function<void(bool failed)> onEnd) {
-        thread_ = std::thread([this, work = std::move(work), onEnd = std::move(onEnd)] {
+        thread_ = std::jthread([this, work = std::move(work), onEnd = std::move(onEnd)] {
             try {
                 work();
             } catch (...) {
@@ -37,7 +37,6 @@ public:
     }
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
-    ~Stage() { join(); }
 
     void join() {
         if (thread_.joinable())
@@ -50,8 +49,8 @@ public:
     }
 
 private:
-    std::thread thread_;
     std::exception_ptr error_;
+    std::jthread thread_; // last: joined before the error it may set goes
 };
 
 class Pipeline {

@@ -6,7 +6,6 @@ extern "C" {
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <utility>
 
 namespace vimbo {
@@ -22,33 +21,6 @@ std::uint32_t bigEndian(std::uint32_t tag) {
     return (tag & 0xFFu) << 24 | (tag & 0xFF00u) << 8 | (tag >> 8 & 0xFF00u) | tag >> 24;
 }
 
-template <std::size_t N>
-std::optional<std::uint32_t> lookUp(const std::array<std::pair<AVCodecID, std::uint32_t>, N>& table,
-                                    AVCodecID id) {
-    const auto found = std::find_if(table.begin(), table.end(),
-                                    [id](const auto& entry) { return entry.first == id; });
-    if (found == table.end())
-        return std::nullopt;
-    return found->second;
-}
-
-std::uint32_t proResCode(int profile) {
-    switch (profile) {
-    case FF_PROFILE_PRORES_PROXY:
-        return code("apco");
-    case FF_PROFILE_PRORES_LT:
-        return code("apcs");
-    case FF_PROFILE_PRORES_HQ:
-        return code("apch");
-    case FF_PROFILE_PRORES_4444:
-        return code("ap4h");
-    case FF_PROFILE_PRORES_XQ:
-        return code("ap4x");
-    default:
-        return code("apcn");
-    }
-}
-
 bool isLinearPcm(AVCodecID id, std::uint32_t tag) {
     if (id == AV_CODEC_ID_PCM_ALAW || id == AV_CODEC_ID_PCM_MULAW)
         return false;
@@ -61,39 +33,9 @@ bool isLinearPcm(AVCodecID id, std::uint32_t tag) {
     return std::find(pcmTags.begin(), pcmTags.end(), tag) != pcmTags.end();
 }
 
-class BitReader {
-public:
-    explicit BitReader(std::span<const std::uint8_t> bytes)
-        : bytes_(bytes) {}
-
-    std::optional<std::uint32_t> read(int count) {
-        std::uint32_t value = 0;
-        for (int i = 0; i < count; ++i, ++position_) {
-            if (position_ / 8 >= bytes_.size())
-                return std::nullopt;
-            value = value << 1 | (bytes_[position_ / 8] >> (7 - position_ % 8) & 1u);
-        }
-        return value;
-    }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-    std::size_t position_ = 0;
-};
-
-std::optional<std::uint32_t> objectType(BitReader& bits) {
-    const auto type = bits.read(5);
-    if (type != 31u)
-        return type;
-    const auto extended = bits.read(6);
-    return extended ? std::optional(32 + *extended) : std::nullopt;
-}
-
-} // namespace
-
-std::uint32_t aacFormatCode(std::span<const std::uint8_t> audioSpecificConfig) {
-    BitReader bits(audioSpecificConfig);
-    switch (objectType(bits).value_or(2)) {
+// AAC's Core Audio format IDs by object type; plain 'aac ' for the rest.
+std::uint32_t aacFormatCode(int objectType) {
+    switch (objectType) {
     case 5: // SBR
         return code("aach");
     case 29: // SBR with parametric stereo
@@ -109,35 +51,64 @@ std::uint32_t aacFormatCode(std::span<const std::uint8_t> audioSpecificConfig) {
     }
 }
 
-std::uint32_t videoCodecCode(const AVCodecParameters& parameters) {
-    if (parameters.codec_tag)
-        return bigEndian(parameters.codec_tag);
-    if (parameters.codec_id == AV_CODEC_ID_PRORES)
-        return proResCode(parameters.profile);
-    static constexpr std::array<std::pair<AVCodecID, std::uint32_t>, 12> mp4Codes{{
-        {AV_CODEC_ID_H264, code("avc1")},
-        {AV_CODEC_ID_HEVC, code("hvc1")},
-        {AV_CODEC_ID_AV1, code("av01")},
-        {AV_CODEC_ID_VP9, code("vp09")},
-        {AV_CODEC_ID_VP8, code("vp08")},
-        {AV_CODEC_ID_MPEG4, code("mp4v")},
-        {AV_CODEC_ID_H263, code("h263")},
-        {AV_CODEC_ID_MJPEG, code("jpeg")},
-        {AV_CODEC_ID_MPEG2VIDEO, code("mp2v")},
-        {AV_CODEC_ID_MPEG1VIDEO, code("mp1v")},
-        {AV_CODEC_ID_DVVIDEO, code("dvc ")},
-        {AV_CODEC_ID_PNG, code("png ")},
-    }};
-    return lookUp(mp4Codes, parameters.codec_id).value_or(0);
+class BitReader {
+public:
+    BitReader(const std::uint8_t* data, int size)
+        : data_(data)
+        , size_(data ? static_cast<std::size_t>(std::max(size, 0)) : 0) {}
+
+    std::optional<int> read(int count) {
+        int value = 0;
+        for (int i = 0; i < count; ++i, ++position_) {
+            if (position_ / 8 >= size_)
+                return std::nullopt;
+            value = value << 1 | (data_[position_ / 8] >> (7 - position_ % 8) & 1);
+        }
+        return value;
+    }
+
+private:
+    const std::uint8_t* data_;
+    std::size_t size_;
+    std::size_t position_ = 0;
+};
+
+} // namespace
+
+std::optional<AacConfig> aacConfig(const std::uint8_t* data, int size) {
+    BitReader bits(data, size);
+    AacConfig c;
+    auto type = bits.read(5);
+    if (type == 31)
+        if (const auto extended = bits.read(6))
+            type = 32 + *extended;
+    const auto frequency = bits.read(4);
+    if (!type || !frequency || (*frequency == 15 && !bits.read(24)))
+        return std::nullopt;
+    const auto channels = bits.read(4);
+    if (!channels)
+        return std::nullopt;
+    return AacConfig{*type, *frequency, *channels};
 }
 
-std::uint32_t audioFormatCode(const AVCodecParameters& parameters) {
-    const AVCodecID id = parameters.codec_id;
-    const std::uint32_t tag = bigEndian(parameters.codec_tag);
-    if (id == AV_CODEC_ID_AAC) {
-        const auto size = static_cast<std::size_t>(std::max(parameters.extradata_size, 0));
-        return aacFormatCode({parameters.extradata, parameters.extradata ? size : 0});
-    }
+MediaInfo::Coding codingOf(const AVCodecParameters& parameters) {
+    MediaInfo::Coding coding{parameters.codec_id, parameters.codec_tag, parameters.profile,
+                             parameters.sample_rate, parameters.ch_layout.nb_channels};
+    if (parameters.codec_id == AV_CODEC_ID_AAC && coding.profile == FF_PROFILE_UNKNOWN)
+        if (const auto config = aacConfig(parameters.extradata, parameters.extradata_size))
+            coding.profile = config->objectType - 1;
+    return coding;
+}
+
+std::uint32_t videoCodecCode(const MediaInfo::Coding& video) {
+    return bigEndian(video.tag);
+}
+
+std::uint32_t audioFormatCode(const MediaInfo::Coding& audio) {
+    const auto id = static_cast<AVCodecID>(audio.codec);
+    const std::uint32_t tag = bigEndian(audio.tag);
+    if (id == AV_CODEC_ID_AAC)
+        return aacFormatCode(audio.profile + 1);
     if (isLinearPcm(id, tag))
         return code("lpcm");
     static constexpr std::array<std::pair<AVCodecID, std::uint32_t>, 18> coreAudioCodes{{
@@ -160,7 +131,9 @@ std::uint32_t audioFormatCode(const AVCodecParameters& parameters) {
         {AV_CODEC_ID_GSM, code("agsm")},
         {AV_CODEC_ID_ILBC, code("ilbc")},
     }};
-    return lookUp(coreAudioCodes, id).value_or(tag);
+    const auto found = std::find_if(coreAudioCodes.begin(), coreAudioCodes.end(),
+                                    [id](const auto& entry) { return entry.first == id; });
+    return found == coreAudioCodes.end() ? tag : found->second;
 }
 
 } // namespace vimbo

@@ -38,12 +38,11 @@ std::optional<AVColorTransferCharacteristic> openDecoder(const AVCodecParameters
 }
 
 // "<format> <rate> <channels>", e.g. "aac 48000 2"; empty when the format is unknown.
-QString audioFormat(const AVCodecParameters& parameters) {
-    const std::uint32_t format = audioFormatCode(parameters);
-    const int channels = parameters.ch_layout.nb_channels;
-    if (!format || parameters.sample_rate <= 0 || channels <= 0)
+QString audioFormat(const MediaInfo::Coding& audio) {
+    const std::uint32_t format = audioFormatCode(audio);
+    if (!format || audio.sampleRate <= 0 || audio.channels <= 0)
         return {};
-    return QStringLiteral("%1 %2 %3").arg(fourCC(format)).arg(parameters.sample_rate).arg(channels);
+    return QStringLiteral("%1 %2 %3").arg(fourCC(format)).arg(audio.sampleRate).arg(audio.channels);
 }
 
 } // namespace
@@ -73,11 +72,13 @@ std::optional<MediaInfo> probeVideo(const QUrl& url) {
     info.duration = duration;
     info.frameRate = nominalFrameRate(*video, duration);
     info.isHDR = isHdr(*video, *decodedTransfer);
-    if (const std::uint32_t codec = videoCodecCode(parameters))
+    info.videoCoding = codingOf(parameters);
+    if (const std::uint32_t codec = videoCodecCode(info.videoCoding))
         info.codec = fourCC(codec);
     if (audio) {
         info.hasAudio = true;
-        info.audioFormat = audioFormat(*audio->codecpar);
+        info.audioCoding = codingOf(*audio->codecpar);
+        info.audioFormat = audioFormat(info.audioCoding);
     }
     info.dateTaken = movieCreationDate(input->get()->metadata, QDateTime::currentDateTimeUtc());
     if (!info.dateTaken)

@@ -20,22 +20,16 @@ SoundFeed::SoundFeed(FailureLog& failures, std::function<void()> ready)
     : failures_(failures)
     , ready_(std::move(ready))
     , ring_(capacity * channels)
-    , thread_([this] { run(); }) {}
+    , worker_([this](std::stop_token stop) { run(stop); }) {}
 
 SoundFeed::~SoundFeed() {
-    {
-        std::lock_guard lock(mutex_);
-        stopping_ = true;
-        if (cancel_)
-            cancel_->cancel();
-    }
-    wake_.notify_all();
-    thread_.join();
+    std::lock_guard lock(worker_.mutex());
+    if (cancel_)
+        cancel_->cancel(); // sound being rendered gives up; then the worker stops
 }
 
 void SoundFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
-    {
-        std::lock_guard lock(mutex_);
+    worker_.post([&] {
         if (cancel_)
             cancel_->cancel();
         cancel_ = std::make_shared<CancelFlag>();
@@ -44,25 +38,22 @@ void SoundFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
         seeking_ = placed_ = false;
         ++epoch_;
         head_ = size_ = 0;
-    }
-    wake_.notify_all();
+    });
 }
 
 void SoundFeed::seek(const MediaTime& t) {
-    {
-        std::lock_guard lock(mutex_);
+    worker_.post([&] {
         seeking_ = placed_ = true;
         seekTo_ = t;
         ++epoch_;
         head_ = size_ = 0;
-    }
-    wake_.notify_all();
+    });
 }
 
 std::int64_t SoundFeed::read(char* data, std::int64_t maxBytes) {
     std::size_t frames = 0;
     {
-        std::lock_guard lock(mutex_);
+        std::lock_guard lock(worker_.mutex());
         frames = std::min<std::size_t>(size_, static_cast<std::size_t>(maxBytes / bytesPerFrame));
         for (std::size_t done = 0; done < frames;) {
             const std::size_t n = std::min(frames - done, capacity - head_);
@@ -73,12 +64,12 @@ std::int64_t SoundFeed::read(char* data, std::int64_t maxBytes) {
         size_ -= frames;
     }
     if (frames > 0)
-        wake_.notify_all();
+        worker_.wake();
     return static_cast<std::int64_t>(frames) * bytesPerFrame;
 }
 
 std::size_t SoundFeed::buffered() const {
-    std::lock_guard lock(mutex_);
+    std::lock_guard lock(worker_.mutex());
     return size_;
 }
 
@@ -97,23 +88,21 @@ void SoundFeed::push(const std::int16_t* block, int frames) {
     size_ += static_cast<std::size_t>(frames);
 }
 
-void SoundFeed::adopt(std::unique_lock<std::mutex>& lock,
+void SoundFeed::adopt(std::unique_lock<std::mutex>& lock, const std::stop_token& stop,
                       std::unique_ptr<AudioRenderer>& renderer) {
     replacing_ = false;
-    std::shared_ptr<const Timeline> timeline = std::move(nextTimeline_);
-    std::shared_ptr<const CancelFlag> cancel = cancel_;
-    lock.unlock();
-    renderer.reset();
-    timeline_ = timeline;
-    silentLeft_ = 0;
+    timeline_ = std::move(nextTimeline_);
     std::unique_ptr<AudioRenderer> fresh;
-    if (timeline)
-        fresh = std::make_unique<AudioRenderer>(std::move(timeline), std::move(cancel));
-    lock.lock();
-    if (replacing_ || stopping_)
-        return;
-    renderer = std::move(fresh);
-    hasRenderer_ = renderer != nullptr;
+    Worker::unlocked(lock, [&, cancel = std::shared_ptr<const CancelFlag>(cancel_)] {
+        renderer.reset();
+        silentLeft_ = 0;
+        if (timeline_)
+            fresh = std::make_unique<AudioRenderer>(timeline_, cancel);
+    });
+    if (!replacing_ && !stop.stop_requested()) {
+        renderer = std::move(fresh);
+        hasRenderer_ = renderer != nullptr;
+    }
 }
 
 // Silence from the failure to the end of the edit that failed, then reading goes on after it.
@@ -156,16 +145,13 @@ int SoundFeed::produce(AudioRenderer* renderer, std::int16_t* block) {
     }
 }
 
-void SoundFeed::run() {
-    std::unique_ptr<AudioRenderer> renderer;
+void SoundFeed::run(const std::stop_token& stop) {
+    std::unique_ptr<AudioRenderer> renderer; // destroyed last, unlocked
     std::vector<std::int16_t> block(blockFrames * channels);
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        wake_.wait(lock, [this] { return stopping_ || replacing_ || hasWork(); });
-        if (stopping_)
-            break;
+    std::unique_lock lock(worker_.mutex());
+    while (worker_.wait(lock, stop, [this] { return replacing_ || hasWork(); })) {
         if (replacing_) {
-            adopt(lock, renderer);
+            adopt(lock, stop, renderer);
             continue;
         }
         const std::uint64_t epoch = epoch_;
@@ -185,14 +171,9 @@ void SoundFeed::run() {
             continue; // a seek or a new item arrived meanwhile: this sound is stale
         const bool wasDry = size_ == 0;
         push(block.data(), frames);
-        if (wasDry) {
-            lock.unlock();
-            ready_();
-            lock.lock();
-        }
+        if (wasDry)
+            Worker::unlocked(lock, ready_);
     }
-    lock.unlock();
-    renderer.reset();
 }
 
 } // namespace vimbo

@@ -14,16 +14,14 @@
 // A clip whose sound cannot be read (its file was deleted, a read error) plays as silence to its
 // end, and the failure goes to the log once.
 
+#include "media/Worker.h"
 #include "timeline/MediaTime.h"
 
 #include <QUrl>
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <thread>
 #include <vector>
 
 namespace vimbo {
@@ -62,9 +60,10 @@ public:
 private:
     static constexpr int blockFrames = 1024;
 
-    void run();
+    void run(const std::stop_token& stop);
     bool hasWork() const;
-    void adopt(std::unique_lock<std::mutex>& lock, std::unique_ptr<AudioRenderer>& renderer);
+    void adopt(std::unique_lock<std::mutex>& lock, const std::stop_token& stop,
+               std::unique_ptr<AudioRenderer>& renderer);
     // Renders the next block into `block`; returns its frames.
     int produce(AudioRenderer* renderer, std::int16_t* block);
     void skipFailedEdit(AudioRenderer& renderer, const std::exception& error);
@@ -73,9 +72,7 @@ private:
     FailureLog& failures_;
     std::function<void()> ready_;
 
-    mutable std::mutex mutex_; // guards everything below up to the thread
-    std::condition_variable wake_;
-    bool stopping_ = false;
+    // Guarded by the worker's mutex, up to the worker-only part.
     bool replacing_ = false;
     bool seeking_ = false;
     bool placed_ = false; // a seek came since the timeline did: there is a place to render from
@@ -92,7 +89,7 @@ private:
     std::shared_ptr<const Timeline> timeline_;
     std::int64_t silentLeft_ = 0; // frames of silence owed for a clip that failed
 
-    std::thread thread_;
+    Worker worker_;
 };
 
 } // namespace vimbo

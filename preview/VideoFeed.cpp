@@ -12,21 +12,14 @@ VideoFeed::VideoFeed(FailureLog& failures, std::function<void()> ready)
     : failures_(failures)
     , ready_(std::move(ready))
     , cancel_(std::make_shared<CancelFlag>())
-    , thread_([this] { run(); }) {}
+    , worker_([this](std::stop_token stop) { run(stop); }) {}
 
 VideoFeed::~VideoFeed() {
-    {
-        std::lock_guard lock(mutex_);
-        stopping_ = true;
-        cancel_->cancel();
-    }
-    wake_.notify_all();
-    thread_.join();
+    cancel_->cancel(); // a frame being made gives up; then the worker stops
 }
 
 void VideoFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
-    {
-        std::lock_guard lock(mutex_);
+    worker_.post([&] {
         if (renderer_)
             renderer_->cancelAll(); // the frame in progress is of no use any more
         nextTimeline_ = std::move(timeline);
@@ -35,13 +28,11 @@ void VideoFeed::setTimeline(std::shared_ptr<const Timeline> timeline) {
         frameCount_ = 0;
         next_ = limit_ = 0;
         queue_.clear();
-    }
-    wake_.notify_all();
+    });
 }
 
 void VideoFeed::seek(std::int64_t index, std::uint64_t epoch, bool running) {
-    {
-        std::lock_guard lock(mutex_);
+    worker_.post([&] {
         if (renderer_)
             renderer_->cancelAll();
         clockMicroseconds_ = -1;
@@ -50,17 +41,14 @@ void VideoFeed::seek(std::int64_t index, std::uint64_t epoch, bool running) {
         next_ = index;
         limit_ = running ? std::numeric_limits<std::int64_t>::max() : index + 1;
         queue_.clear();
-    }
-    wake_.notify_all();
+    });
 }
 
 void VideoFeed::setRunning(bool running) {
-    {
-        std::lock_guard lock(mutex_);
+    worker_.post([&] {
         running_ = running;
         limit_ = running ? std::numeric_limits<std::int64_t>::max() : next_ + 1;
-    }
-    wake_.notify_all();
+    });
 }
 
 void VideoFeed::setClock(const MediaTime& time) {
@@ -68,19 +56,17 @@ void VideoFeed::setClock(const MediaTime& time) {
 }
 
 std::optional<VideoFeed::Frame> VideoFeed::front() const {
-    std::lock_guard lock(mutex_);
+    std::lock_guard lock(worker_.mutex());
     if (queue_.empty())
         return std::nullopt;
     return queue_.front();
 }
 
 void VideoFeed::pop() {
-    {
-        std::lock_guard lock(mutex_);
+    worker_.post([&] {
         if (!queue_.empty())
             queue_.pop_front();
-    }
-    wake_.notify_all();
+    });
 }
 
 bool VideoFeed::hasWork() const {
@@ -97,7 +83,7 @@ bool VideoFeed::isLate(const VideoRenderer& renderer, const Job& job) const {
 
 // Swaps in the renderer of the next timeline, with the old one's decoders; the old one is
 // destroyed here, unlocked.
-void VideoFeed::adopt(std::unique_lock<std::mutex>& lock,
+void VideoFeed::adopt(std::unique_lock<std::mutex>& lock, const std::stop_token& stop,
                       std::unique_ptr<VideoRenderer>& renderer) {
     replacing_ = false;
     std::shared_ptr<const Timeline> timeline = std::move(nextTimeline_);
@@ -115,7 +101,7 @@ void VideoFeed::adopt(std::unique_lock<std::mutex>& lock,
     renderer.reset();
     lock.lock();
     renderer = std::move(fresh);
-    if (replacing_ || stopping_)
+    if (replacing_ || stop.stop_requested())
         return; // replaced again meanwhile: the next round adopts the newer one
     renderer_ = renderer.get();
     frameCount_ = renderer ? renderer->frameCount() : 0;
@@ -160,15 +146,12 @@ ff::FramePtr VideoFeed::make(VideoRenderer& renderer, std::int64_t index) {
     }
 }
 
-void VideoFeed::run() {
-    std::unique_ptr<VideoRenderer> renderer;
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        wake_.wait(lock, [this] { return stopping_ || replacing_ || hasWork(); });
-        if (stopping_)
-            break;
+void VideoFeed::run(const std::stop_token& stop) {
+    std::unique_ptr<VideoRenderer> renderer; // destroyed last, unlocked
+    std::unique_lock lock(worker_.mutex());
+    while (worker_.wait(lock, stop, [this] { return replacing_ || hasWork(); })) {
         if (replacing_) {
-            adopt(lock, renderer);
+            adopt(lock, stop, renderer);
             continue;
         }
         const Job job{next_, epoch_, running_};
@@ -185,13 +168,9 @@ void VideoFeed::run() {
             ++skipped_;
         } else {
             queue_.push_back({job.index, job.epoch, sharePicture(std::move(frame))});
-            lock.unlock();
-            ready_();
-            lock.lock();
+            Worker::unlocked(lock, ready_);
         }
     }
-    lock.unlock();
-    renderer.reset();
 }
 
 } // namespace vimbo

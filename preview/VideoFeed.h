@@ -20,20 +20,18 @@
 // A frame that cannot be made (its file was deleted, a read error) is replaced by the last good
 // frame of the same clip, or black, and the failure goes to the log once.
 
+#include "media/Worker.h"
 #include "preview/Picture.h"
 #include "timeline/MediaTime.h"
 
 #include <QUrl>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <thread>
 #include <vector>
 
 namespace vimbo {
@@ -86,10 +84,11 @@ private:
         bool running;
     };
 
-    void run();
+    void run(const std::stop_token& stop);
     bool hasWork() const;
     bool isLate(const VideoRenderer& renderer, const Job& job) const;
-    void adopt(std::unique_lock<std::mutex>& lock, std::unique_ptr<VideoRenderer>& renderer);
+    void adopt(std::unique_lock<std::mutex>& lock, const std::stop_token& stop,
+               std::unique_ptr<VideoRenderer>& renderer);
     ff::FramePtr make(VideoRenderer& renderer, std::int64_t index);
     std::uint64_t instructionOf(const VideoRenderer& renderer, std::int64_t index) const;
     ff::FramePtr standIn(VideoRenderer& renderer, std::int64_t index, const std::exception& error);
@@ -97,9 +96,7 @@ private:
     FailureLog& failures_;
     std::function<void()> ready_;
 
-    mutable std::mutex mutex_; // guards everything below up to the thread
-    std::condition_variable wake_;
-    bool stopping_ = false;
+    // Guarded by the worker's mutex, up to the atomics.
     bool replacing_ = false;
     std::shared_ptr<const Timeline> nextTimeline_;
     std::shared_ptr<CancelFlag> cancel_; // shared by every renderer of the feed
@@ -119,7 +116,7 @@ private:
     ff::FramePtr lastGood_;
     std::uint64_t lastGoodInstruction_ = 0;
 
-    std::thread thread_;
+    Worker worker_;
 };
 
 } // namespace vimbo

@@ -25,7 +25,7 @@ std::optional<Kind> mismatch(const Segment& s, const Segment& first) {
         return Kind::speed;
     if ((s.edits.quarterTurns & 3) != 0)
         return Kind::turned;
-    if (s.info.codec != first.info.codec)
+    if (s.info.videoCoding != first.info.videoCoding)
         return Kind::codec;
     if (s.info.naturalSize != first.info.naturalSize)
         return Kind::codedSize;
@@ -87,7 +87,7 @@ std::optional<JoinObstacle> Timeline::joinObstacle(const std::vector<Segment>& s
             continue;
         if (!heard)
             heard = i;
-        else if (s.info.audioFormat != segments[*heard].info.audioFormat)
+        else if (s.info.audioCoding != segments[*heard].info.audioCoding)
             return JoinObstacle{Kind::soundFormat, i, *heard};
     }
     std::vector<Segment> kept;

@@ -49,11 +49,6 @@ QThreadPool& judges() {
     return pool;
 }
 
-struct Judged {
-    bool copies = false;
-    QString whyNot;
-};
-
 // What the save dialog needs to start the export once a file is chosen.
 struct Job {
     std::vector<Segment> segments;
@@ -61,6 +56,7 @@ struct Job {
     ExportFormat format;
     ExportQuality quality;
     std::vector<QString> clips; // every clip's file, usable or not: the movie replaces none
+    std::shared_ptr<const CopyVerdict> verdict; // the sheet's, when it was for these clips
 };
 
 // The window to put the save dialog on: the sheet's own, else the first visible main window.
@@ -128,7 +124,7 @@ void showSaveDialog(QWidget* host, ExportController& controller, const Job& job,
                          }
                          QSettings().setValue(folderKey, QFileInfo(path).absolutePath());
                          target->start(job.segments, job.layout, job.format, job.quality,
-                                       QUrl::fromLocalFile(path));
+                                       QUrl::fromLocalFile(path), job.verdict);
                      });
     dialog->open();
 }
@@ -254,8 +250,11 @@ void ExportSheet::refresh() {
         footer_->clear();
         return;
     }
-    if (verdict_ && verdict_->segments == clips && verdict_->layout == project_.layout()) {
-        footer_->setText(verdict_->copies ? tr("Fast export, no re-encoding") : verdict_->whyNot);
+    if (const Verdict* verdict = currentVerdict()) {
+        const CopyVerdict* answer = verdict->answer.get(); // none: no promise either way
+        footer_->setText(!answer            ? QString()
+                         : answer->copies() ? tr("Fast export, no re-encoding")
+                                            : answer->whyNot);
         return;
     }
     footer_->clear();
@@ -270,35 +269,42 @@ void ExportSheet::judge() {
     judging_ = std::make_shared<CancelFlag>();
     const int generation = ++generation_;
     asking_ = true;
-    Verdict question{segments(), project_.layout(), false, {}};
-    auto* watcher = new QFutureWatcher<Judged>(this);
-    connect(
-        watcher, &QFutureWatcher<Judged>::finished, this, [this, watcher, generation, question] {
-            watcher->deleteLater();
-            if (generation != generation_ || watcher->future().resultCount() == 0)
-                return;
-            asking_ = false;
-            const Judged answer = watcher->result();
-            verdict_ = Verdict{question.segments, question.layout, answer.copies, answer.whyNot};
-            refresh();
-        });
-    watcher->setFuture(QtConcurrent::task([question, flag = judging_]() -> Judged {
+    Verdict question{segments(), project_.layout(), {}};
+    using Answer = std::shared_ptr<const CopyVerdict>;
+    auto* watcher = new QFutureWatcher<Answer>(this);
+    connect(watcher, &QFutureWatcher<Answer>::finished, this,
+            [this, watcher, generation, question] {
+                watcher->deleteLater();
+                if (generation != generation_ || watcher->future().resultCount() == 0)
+                    return;
+                asking_ = false;
+                verdict_ = Verdict{question.segments, question.layout, watcher->result()};
+                refresh();
+            });
+    watcher->setFuture(QtConcurrent::task([question, flag = judging_]() -> Answer {
                            try {
-                               const CopyVerdict v =
-                                   decideCopy(question.segments, question.layout, *flag);
-                               return {v.copies(), v.whyNot};
+                               return std::make_shared<const CopyVerdict>(
+                                   decideCopy(question.segments, question.layout, *flag));
                            } catch (...) {
-                               return {}; // cancelled, or beyond saying: no promise either way
+                               return nullptr; // cancelled, or beyond saying
                            }
                        })
                            .onThreadPool(judges())
                            .spawn());
 }
 
+const ExportSheet::Verdict* ExportSheet::currentVerdict() const {
+    if (!verdict_ || verdict_->segments != segments() || verdict_->layout != project_.layout())
+        return nullptr;
+    return &*verdict_;
+}
+
 void ExportSheet::exportClicked() {
     // Captured now: the export is what the sheet showed, whatever changes while the save
     // dialog is open.
-    Job job{segments(), project_.layout(), format_, quality_, {}};
+    const Verdict* verdict = currentVerdict();
+    Job job{segments(), project_.layout(), format_, quality_, {},
+            verdict ? verdict->answer : nullptr};
     for (const Clip& clip : project_.clips())
         job.clips.push_back(clip.url.toLocalFile());
     QWidget* host = hostWindow(this);

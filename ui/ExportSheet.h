@@ -4,7 +4,8 @@
 // High, Smaller File), sees the movie's size and whether it will be a fast export, then
 // chooses where to save. Under Original it says "Fast export, no re-encoding" exactly when the
 // exporter will copy, and otherwise which clip stops that and why; that verdict reads the
-// clips' packet tables, so it is worked out in the background and shown when it lands.
+// clips' packet tables, so it is worked out in the background and shown when it lands, and the
+// export it starts follows it rather than reading them again.
 //
 // Format and quality are kept in QSettings under "format" and "quality" (a value that cannot
 // be read gives MP4 and Original). "Export…" closes the sheet, captures what to export (the
@@ -31,6 +32,7 @@ namespace vimbo {
 class CancelFlag;
 class ExportController;
 class Project;
+struct CopyVerdict;
 } // namespace vimbo
 
 namespace vimbo::ui {
@@ -53,11 +55,12 @@ private:
     struct Verdict {
         std::vector<Segment> segments;
         Layout layout;
-        bool copies = false;
-        QString whyNot;
+        std::shared_ptr<const CopyVerdict> answer; // null when there is no saying
     };
 
     std::vector<Segment> segments() const;
+    // The last verdict that landed, when it is for the clips and layout as they are now.
+    const Verdict* currentVerdict() const;
     void choose(ExportFormat format);
     void choose(ExportQuality quality);
     void refresh();

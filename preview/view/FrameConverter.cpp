@@ -6,23 +6,10 @@ namespace vimbo {
 
 FrameConverter::FrameConverter(QObject* parent)
     : QObject(parent)
-    , thread_([this] { run(); }) {}
-
-FrameConverter::~FrameConverter() {
-    {
-        std::lock_guard lock(mutex_);
-        stopping_ = true;
-    }
-    wake_.notify_all();
-    thread_.join();
-}
+    , worker_([this](std::stop_token stop) { run(stop); }) {}
 
 void FrameConverter::request(Picture picture, QSize size) {
-    {
-        std::lock_guard lock(mutex_);
-        waiting_ = Job{std::move(picture), size};
-    }
-    wake_.notify_all();
+    worker_.post([&] { waiting_ = Job{std::move(picture), size}; });
 }
 
 QImage FrameConverter::convert(const AVFrame& picture, QSize size, ff::SwsPtr& scaler) {
@@ -45,13 +32,10 @@ QImage FrameConverter::convert(const AVFrame& picture, QSize size, ff::SwsPtr& s
     return image;
 }
 
-void FrameConverter::run() {
+void FrameConverter::run(const std::stop_token& stop) {
     ff::SwsPtr scaler;
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        wake_.wait(lock, [this] { return stopping_ || waiting_; });
-        if (stopping_)
-            return;
+    std::unique_lock lock(worker_.mutex());
+    while (worker_.wait(lock, stop, [this] { return waiting_.has_value(); })) {
         Job job = std::move(*waiting_);
         waiting_.reset();
         lock.unlock();

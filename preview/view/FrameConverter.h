@@ -8,16 +8,14 @@
 // Threads: request() is called on the interface thread, converted() is emitted there (a queued
 // call from the worker). The worker owns the scaler; the destructor joins it.
 
+#include "media/Worker.h"
 #include "preview/Picture.h"
 
 #include <QImage>
 #include <QObject>
 #include <QSize>
 
-#include <condition_variable>
-#include <mutex>
 #include <optional>
-#include <thread>
 
 namespace vimbo {
 
@@ -25,7 +23,6 @@ class FrameConverter : public QObject {
     Q_OBJECT
 public:
     explicit FrameConverter(QObject* parent = nullptr);
-    ~FrameConverter() override;
 
     // Converts `picture` to an opaque RGB image of `size` device pixels (its aspect as given).
     void request(Picture picture, QSize size);
@@ -42,13 +39,10 @@ private:
         QSize size;
     };
 
-    void run();
+    void run(const std::stop_token& stop);
 
-    std::mutex mutex_; // guards the three below
-    std::condition_variable wake_;
-    std::optional<Job> waiting_;
-    bool stopping_ = false;
-    std::thread thread_;
+    std::optional<Job> waiting_; // guarded by the worker's mutex
+    Worker worker_;
 };
 
 } // namespace vimbo

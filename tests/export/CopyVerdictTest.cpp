@@ -18,8 +18,10 @@ Segment video(const char* file, float rate = 30) {
     info.frameRate = rate;
     info.size = info.naturalSize = {1920, 1080};
     info.codec = "avc1";
+    info.videoCoding.codec = AV_CODEC_ID_H264;
     info.hasAudio = true;
     info.audioFormat = "aac 48000 2";
+    info.audioCoding = {AV_CODEC_ID_AAC, 0, FF_PROFILE_AAC_LOW, 48000, 2};
     return {QUrl::fromLocalFile("/clips/" + QLatin1String(file)), info, {}};
 }
 
@@ -50,11 +52,20 @@ TEST(CopyVerdict, NamesTheFirstClipThatStopsACopy) {
           photo},
          {},
          "No fast export: “b.mov” plays at 2×"},
-        {{video("a.mov"), with(video("b.mov"), [](Segment& s) { s.info.codec = "hvc1"; })},
+        {{video("a.mov"), with(video("b.mov"),
+                               [](Segment& s) {
+                                   s.info.codec = "hvc1";
+                                   s.info.videoCoding.codec = AV_CODEC_ID_HEVC;
+                               })},
          {},
          "No fast export: “b.mov” uses a different codec from “a.mov” (HEVC, not H.264)"},
         {{video("a.mov"), with(video("b.mov"), [](Segment& s) { s.edits.muted = true; }),
-          with(video("c.mov"), [](Segment& s) { s.info.audioFormat = "aac 44100 1"; })},
+          with(video("c.mov"),
+               [](Segment& s) {
+                   s.info.audioFormat = "aac 44100 1";
+                   s.info.audioCoding.sampleRate = 44100;
+                   s.info.audioCoding.channels = 1;
+               })},
          {},
          "No fast export: “c.mov” has its sound in a different format from “a.mov” (AAC 44.1 kHz "
          "mono, not AAC 48 kHz stereo)"},

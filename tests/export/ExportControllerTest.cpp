@@ -3,6 +3,7 @@
 // current never touching the state again.
 #include "export/ExportController.h"
 
+#include "export/CopyVerdict.h"
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
 #include "tests/support/Program.h"
@@ -98,9 +99,17 @@ TEST(ExportController, RunsToDoneWithProgressAndRemainingTime) {
 
     controller.close();
     EXPECT_EQ(controller.state(), State::idle());
+    std::vector<QString> decided;
+    QObject::connect(&controller, &ExportController::copyDecided,
+                     [&](const QString& whyNot) { decided.push_back(whyNot); });
     controller.start(clips(1), {}, ExportFormat::mov, ExportQuality::original, to);
     ASSERT_TRUE(ended(controller));
     EXPECT_EQ(controller.state(), State::done(to)) << "a later start works as from the beginning";
+    // A verdict worked out before (the export sheet's) is followed, not worked out again.
+    const auto handed = std::make_shared<const CopyVerdict>(CopyVerdict{{}, "as handed"});
+    controller.start(clips(1), {}, ExportFormat::mov, ExportQuality::original, to, handed);
+    ASSERT_TRUE(ended(controller));
+    EXPECT_EQ(decided, (std::vector<QString>{QString(), "as handed"}));
 }
 
 TEST(ExportController, CancelGoesIdleAtOnceAndFailuresBecomeTheirSentence) {

@@ -4,6 +4,10 @@
 #include "tests/export/ExportFixtures.h"
 #include "tests/support/Media.h"
 
+extern "C" {
+#include <libavcodec/codec_id.h>
+}
+
 #include <gtest/gtest.h>
 
 namespace vimbo::test {
@@ -74,25 +78,24 @@ TEST(Reencode, EveryPresetWritesItsCodecInSyncAndExactlyAsLong) {
 }
 
 TEST(Reencode, PresetsFollowQualityAndSources) {
-    const auto video = [](const char* codec, bool hdr = false) {
+    const auto video = [](AVCodecID codec, bool hdr = false) {
         Segment s;
         s.info = MediaInfo(MediaKind::video);
-        s.info.codec = QString::fromLatin1(codec);
+        s.info.videoCoding.codec = codec;
         s.info.isHDR = hdr;
         return s;
     };
+    const AVCodecID avc = AV_CODEC_ID_H264, hevc = AV_CODEC_ID_HEVC;
     Segment photo;
     photo.info = MediaInfo(MediaKind::photo);
     using Q = ExportQuality;
     using P = Preset;
-    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1"), video("hvc1")}), P::hevcHighestQuality);
-    EXPECT_EQ(reencodingPreset(Q::original, {video("hev1")}), P::hevcHighestQuality);
-    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1", true)}), P::hevcHighestQuality);
-    EXPECT_EQ(reencodingPreset(Q::original, {video("avc1"), photo}), P::highestQuality);
-    EXPECT_EQ(reencodingPreset(Q::original, {video("HVC1")}), P::highestQuality) << "case matters";
+    EXPECT_EQ(reencodingPreset(Q::original, {video(avc), video(hevc)}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video(avc, true)}), P::hevcHighestQuality);
+    EXPECT_EQ(reencodingPreset(Q::original, {video(avc), photo}), P::highestQuality);
     EXPECT_EQ(reencodingPreset(Q::original, {}), P::highestQuality);
-    EXPECT_EQ(reencodingPreset(Q::high, {video("hvc1", true)}), P::highestQuality);
-    EXPECT_EQ(reencodingPreset(Q::smaller, {video("avc1")}), P::hevc1920x1080);
+    EXPECT_EQ(reencodingPreset(Q::high, {video(hevc, true)}), P::highestQuality);
+    EXPECT_EQ(reencodingPreset(Q::smaller, {video(avc)}), P::hevc1920x1080);
 }
 
 TEST(Reencode, UnusableClipsAreDroppedAndShortPhotosLastATenth) {

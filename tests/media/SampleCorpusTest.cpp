@@ -6,6 +6,10 @@
 #include "media/Thumbnail.h"
 #include "tests/support/Media.h"
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -157,6 +161,14 @@ TEST_P(SampleCorpus, ProbeAgreesWithTheManifest) {
     EXPECT_EQ(info.codec, tag(row["video_codec"]));
     EXPECT_EQ(info.hasAudio, !row["audio_codec"].isEmpty());
     EXPECT_EQ(info.audioFormat, audioFormat(row));
+    // The identity the copy rules compare is FFmpeg's own: ffprobe names the same codecs.
+    const auto codecName = [](int id) {
+        return id ? QString::fromLatin1(avcodec_get_name(static_cast<AVCodecID>(id))) : "unknown";
+    };
+    EXPECT_EQ(codecName(info.videoCoding.codec), row["video_codec"].section(u' ', 0, 0));
+    if (info.hasAudio) {
+        EXPECT_EQ(codecName(info.audioCoding.codec), row["audio_codec"].section(u' ', 0, 0));
+    }
     const QString transfer = row["color_transfer"];
     EXPECT_EQ(info.isHDR,
               transfer == QLatin1String("smpte2084") || transfer == QLatin1String("arib-std-b67"));

@@ -1,6 +1,10 @@
 #include "media/MediaProbe.h"
 #include "tests/support/Media.h"
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 #include <array>
 #include <gtest/gtest.h>
 
@@ -34,6 +38,9 @@ TEST(VideoProbe, FactsOfAGeneratedMovie) {
     EXPECT_EQ(info->codec, QStringLiteral("avc1"));
     EXPECT_TRUE(info->hasAudio);
     EXPECT_EQ(info->audioFormat, QStringLiteral("ac-3 48000 2"));
+    EXPECT_EQ(info->videoCoding.codec, AV_CODEC_ID_H264);
+    EXPECT_EQ(info->audioCoding, (MediaInfo::Coding{AV_CODEC_ID_AC3, MKTAG('a', 'c', '-', '3'),
+                                                    FF_PROFILE_UNKNOWN, 48000, 2}));
     EXPECT_FALSE(info->isHDR);
     EXPECT_TRUE(info->dateTaken); // the file's date when the movie has none
 }
@@ -86,6 +93,7 @@ TEST(VideoProbe, CoverArtIsNoVideoTrack) {
     EXPECT_EQ(info.kind, MediaKind::video);
     EXPECT_EQ(info.size, (Size{320, 240}));
     EXPECT_EQ(info.audioFormat, QStringLiteral("aac 48000 2"));
+    EXPECT_EQ(info.audioCoding.profile, FF_PROFILE_AAC_LOW); // read from its AudioSpecificConfig
 }
 
 } // namespace

@@ -1,5 +1,9 @@
 #include "timeline/Timeline.h"
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -11,9 +15,9 @@ Segment video(float rate, Size natural = {1920, 1080}) {
     info.frameRate = rate;
     info.size = natural;
     info.naturalSize = natural;
-    info.codec = "avc1";
+    info.videoCoding = {AV_CODEC_ID_H264, MKTAG('a', 'v', 'c', '1'), FF_PROFILE_UNKNOWN, 0, 0};
     info.hasAudio = true;
-    info.audioFormat = "aac 48000 2";
+    info.audioCoding = {AV_CODEC_ID_AAC, MKTAG('m', 'p', '4', 'a'), FF_PROFILE_AAC_LOW, 48000, 2};
     return {QUrl::fromLocalFile("/v.mov"), info, {}};
 }
 
@@ -60,15 +64,16 @@ TEST(TimelineRules, CanJoinWithoutReencoding) {
         change(s);
         return s;
     };
-    const Segment lpcm = v([](Segment& s) { s.info.audioFormat = "lpcm 48000 2"; });
+    const Segment lpcm = v([](Segment& s) { s.info.audioCoding.codec = AV_CODEC_ID_PCM_S16LE; });
     const Segment mutedLpcm = v([](Segment& s) {
-        s.info.audioFormat = "lpcm 48000 2";
+        s.info.audioCoding.codec = AV_CODEC_ID_PCM_S16LE;
         s.edits.muted = true;
     });
     const Segment silent = v([](Segment& s) {
-        s.info.audioFormat = "lpcm 48000 2";
+        s.info.audioCoding = {};
         s.info.hasAudio = false;
     });
+    const Segment heAac = v([](Segment& s) { s.info.audioCoding.profile = FF_PROFILE_AAC_HE; });
     const Segment missing = v([](Segment& s) { s.info.kind = MediaKind::missing; });
     const Segment unsupported = v([](Segment& s) {
         s.info.kind = MediaKind::unsupported;
@@ -90,6 +95,7 @@ TEST(TimelineRules, CanJoinWithoutReencoding) {
          true},
         {"a muted clip of another audio format", {video(30), mutedLpcm}, fit, true},
         {"another audio format heard", {video(30), lpcm}, fit, false},
+        {"another AAC profile heard", {video(30), heAac}, fit, false},
         {"a clip without sound", {video(30), silent}, fit, true},
         {"a photo", {video(30), photo()}, fit, false},
         {"nothing usable", {missing}, fit, false},
@@ -97,7 +103,14 @@ TEST(TimelineRules, CanJoinWithoutReencoding) {
         {"speed", {v([](Segment& s) { s.edits.speed = 2; })}, fit, false},
         {"trimmed", {v([](Segment& s) { s.edits.trimStart = 1; })}, fit, true},
         {"frame rates 0.5 apart", {video(30), video(30.5f)}, fit, false},
-        {"another codec", {video(30), v([](Segment& s) { s.info.codec = "hvc1"; })}, fit, false},
+        {"another codec",
+         {video(30), v([](Segment& s) { s.info.videoCoding.codec = AV_CODEC_ID_HEVC; })},
+         fit,
+         false},
+        {"another sample entry",
+         {video(30), v([](Segment& s) { s.info.videoCoding.tag = MKTAG('a', 'v', 'c', '3'); })},
+         fit,
+         false},
         {"HDR and SDR", {video(30), v([](Segment& s) { s.info.isHDR = true; })}, fit, false},
         {"another transform",
          {video(30), v([](Segment& s) { s.info.transform = {0, 1, -1, 0, 1080, 0}; })},
