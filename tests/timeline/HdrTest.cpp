@@ -37,28 +37,18 @@ const QString referenceChain = referenceToneMap + ":m=bt709:r=tv,format=yuv420p"
 const QString referenceChainRgb = referenceToneMap + ",format=gbrp";
 const QString matrixOnly = "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p";
 
-// A phone-like HEVC Main 10 clip of two frames: the test pattern's SDR white placed at
-// 1000 cd/m², BT.2020.
-QString hdrClip(const QString& transfer) {
+// The test pattern with its SDR white placed at 1000 cd/m², as phones record it: an HEVC Main 10
+// clip of two frames in BT.2020, or a 10-bit AVIF photo in Display P3.
+QString hdrSource(const QString& transfer, bool photo) {
+    const QString primaries = photo ? "smpte432" : "bt2020";
+    const QString coding = photo ? "-c:v libaom-av1 -crf 16 -still-picture 1"
+                                 : "-c:v libx265 -x265-params log-level=error -tag:v hvc1";
     return test::generated(
-        "hdr-still-" + transfer + ".mp4",
-        QString("-f lavfi -i testsrc2=size=320x180:rate=1 -r 10 -frames:v 2 -vf "
-                "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=%1:p=bt2020:m=bt2020nc:r=tv:npl="
-                "1000,format=yuv420p10le -c:v libx265 -x265-params log-level=error -tag:v hvc1 "
-                "-color_primaries bt2020 -color_trc %1 -colorspace bt2020nc")
-            .arg(transfer)
-            .split(' '));
-}
-
-// A phone-like 10-bit AVIF photo of the same pattern, in Display P3.
-QString hdrPhoto(const QString& transfer) {
-    return test::generated(
-        "hdr-photo-" + transfer + ".avif",
-        QString("-f lavfi -i testsrc2=size=320x180:rate=1 -frames:v 1 -vf "
-                "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=%1:p=smpte432:m=bt2020nc:r=tv:npl="
-                "1000,format=yuv420p10le -c:v libaom-av1 -crf 16 -still-picture 1 "
-                "-color_primaries smpte432 -color_trc %1 -colorspace bt2020nc")
-            .arg(transfer)
+        (photo ? "hdr-photo-" : "hdr-still-") + transfer + (photo ? ".avif" : ".mp4"),
+        QString("-f lavfi -i testsrc2=size=320x180:rate=1 %1 -vf "
+                "zscale=tin=bt709:min=bt709:pin=bt709:rin=tv:t=%2:p=%3:m=bt2020nc:r=tv:npl=1000,"
+                "format=yuv420p10le %4 -color_primaries %3 -color_trc %2 -colorspace bt2020nc")
+            .arg(photo ? "-frames:v 1" : "-r 10 -frames:v 2", transfer, primaries, coding)
             .split(' '));
 }
 
@@ -135,9 +125,7 @@ TEST_P(Hdr, LooksAsTheReferenceChainShowsIt) {
     if (!generated && test::sampleFolder().isEmpty())
         GTEST_SKIP() << "the shared sample media are not on this machine";
     const bool photo = name.startsWith("photo ");
-    const QString clip = !generated ? test::sample(name)
-                         : photo    ? hdrPhoto(name.section(' ', 1))
-                                    : hdrClip(name);
+    const QString clip = generated ? hdrSource(name.section(' ', -1), photo) : test::sample(name);
     const QByteArray ours = renderedFrame(clip);
     const QString base = QFileInfo(clip).completeBaseName();
     // A photo's reference ends in RGB, as a photo's pixels do, and becomes a frame as an SDR
