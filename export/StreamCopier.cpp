@@ -185,7 +185,7 @@ std::vector<QString> sourcePaths(const std::vector<Segment>& segments) {
 
 std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
                                    const std::vector<QString>& paths, const CancelFlag& cancel,
-                                   PlanResult* result) {
+                                   PlanResult* result, std::vector<SourceScan>* scanned) {
     std::vector<CopyClip> clips;
     std::vector<SourceScan> scans;
     for (std::size_t i = 0; i < paths.size(); ++i) {
@@ -198,8 +198,11 @@ std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
     PlanResult planned = planCopy(clips);
     if (result)
         *result = planned;
-    if (!planned.plan)
+    if (!planned.plan) {
+        if (scanned)
+            *scanned = std::move(scans);
         return std::nullopt;
+    }
     CopyJob job{paths, std::move(*planned.plan), std::move(scans.front().video), {}, {}, 0};
     if (job.plan.audio) {
         job.audio = std::move(scans[job.plan.audio->formatClip].audio);
@@ -213,6 +216,12 @@ std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
     return job;
 }
 
+void copyClip(const CopyJob& job, std::size_t clip, MovieWriter& writer, AVStream* video,
+              AVStream* audio, const CancelFlag& cancel,
+              const std::function<void(double)>& progressed) {
+    ClipCopy(job, clip, writer, video, audio, cancel).run(progressed);
+}
+
 void copyStreams(const CopyJob& job, const QString& destination, ExportFormat format,
                  const CancelFlag& cancel, const std::function<void(double)>& progressed) {
     MovieWriter writer(destination, format, cancel);
@@ -223,7 +232,7 @@ void copyStreams(const CopyJob& job, const QString& destination, ExportFormat fo
         audio = writer.addStream(*job.audio.parameters, {1, job.plan.audio->sampleRate});
     writer.open(indexBytesFixed + indexBytesPerPacket * job.samples);
     for (std::size_t i = 0; i < job.paths.size(); ++i)
-        ClipCopy(job, i, writer, video, audio, cancel).run(progressed);
+        copyClip(job, i, writer, video, audio, cancel, progressed);
     writer.finish();
 }
 

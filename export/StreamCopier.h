@@ -35,11 +35,19 @@ struct CopyJob {
 std::vector<CopyClip> copyClips(const std::vector<Segment>& segments);
 std::vector<QString> sourcePaths(const std::vector<Segment>& segments);
 
-// Reads the clips' packet tables and plans the copy. Absent (with the reason in `refusal`)
-// when the clips cannot be joined exactly by copying.
+// Reads the clips' packet tables and plans the copy. Absent (with the reason in `result`)
+// when the clips cannot be joined exactly by copying; then `scanned` gets the tables read.
 std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
                                    const std::vector<QString>& paths, const CancelFlag& cancel,
-                                   PlanResult* result = nullptr);
+                                   PlanResult* result = nullptr,
+                                   std::vector<SourceScan>* scanned = nullptr);
+
+class MovieWriter;
+// Writes one clip's share of a copy into a movie already open: its packets in
+// [firstPacket, endPacket) and its audio slots.
+void copyClip(const CopyJob& job, std::size_t clip, MovieWriter& writer, AVStream* video,
+              AVStream* audio, const CancelFlag& cancel,
+              const std::function<void(double)>& progressed);
 
 // Writes the movie. Throws Cancelled or the failure's VimboError.
 void copyStreams(const CopyJob& job, const QString& destination, ExportFormat format,
