@@ -110,11 +110,11 @@ int exportProject(const Project& project, const ExportOptions& options) {
         exportFormatFromRaw(QFileInfo(path).suffix().toLower()).value_or(ExportFormat::mp4));
 
     const ExportQuality quality = options.quality.value_or(ExportQuality::original);
-    // Say why the copy the person may expect at Original is not happening, as the window does.
+    // Say which way an export at Original goes, or why it re-encodes, as the window does.
     if (quality == ExportQuality::original)
-        if (const QString why = decideCopy(segments, project.layout(), CancelFlag()).whyNot;
-            !why.isEmpty())
-            std::fprintf(stderr, "%s\n", qPrintable(why));
+        if (const QString line = decideCopy(segments, project.layout(), CancelFlag()).line();
+            !line.isEmpty())
+            std::fprintf(stderr, "%s\n", qPrintable(line));
 
     ExportController controller;
     ProgressView view;

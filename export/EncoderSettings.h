@@ -46,6 +46,9 @@ struct AudioEncoderSettings {
 VideoEncoderSettings videoSettings(Preset preset);
 AudioEncoderSettings audioSettings(Preset preset);
 
+// The encoder of the frames re-encoded around a trim while the rest of the movie is copied.
+VideoEncoderSettings cutEncoderSettings();
+
 // Muxer options every export writes: the movie index at the front of the file
 // ("optimise for network use").
 const char* movFlags();

@@ -24,6 +24,7 @@ void removeFile(const QString& path) {
 struct Exporter::Plan {
     std::shared_ptr<const Timeline> timeline;
     std::optional<CopyJob> copy;
+    std::optional<SmartCutJob> cut;
     Preset preset = Preset::highestQuality;
 };
 
@@ -67,6 +68,12 @@ Exporter::Plan Exporter::prepare() {
         if (verdict.job) {
             plan.timeline = build(std::nullopt, true);
             plan.copy = std::move(verdict.job);
+            plan.preset = Preset::passthrough;
+            return plan;
+        }
+        if (verdict.cut) {
+            plan.timeline = build(std::nullopt, true);
+            plan.cut = std::move(verdict.cut);
             plan.preset = Preset::passthrough;
             return plan;
         }
@@ -116,6 +123,8 @@ void Exporter::run(const Plan& plan, const QString& destination, const Progress&
     const auto store = [this](double f) { fraction_.store(f, std::memory_order_relaxed); };
     if (plan.copy)
         copyStreams(*plan.copy, destination, format_, *cancel_, store);
+    else if (plan.cut)
+        smartCutStreams(*plan.cut, destination, format_, *cancel_, store);
     else
         reencode(plan.timeline, plan.preset, format_, destination, cancel_, store);
 }

@@ -47,7 +47,7 @@ QThreadPool& judges() {
 
 struct Judged {
     bool copies = false;
-    QString whyNot;
+    QString line;
 };
 
 // What the save dialog needs to start the export once a file is chosen.
@@ -217,7 +217,7 @@ void ExportSheet::refresh() {
         return;
     }
     if (verdict_ && verdict_->segments == clips && verdict_->layout == project_.layout()) {
-        footer_->setText(verdict_->copies ? tr("Fast export, no re-encoding") : verdict_->whyNot);
+        footer_->setText(verdict_->line);
         return;
     }
     footer_->clear();
@@ -234,21 +234,21 @@ void ExportSheet::judge() {
     asking_ = true;
     Verdict question{segments(), project_.layout(), false, {}};
     auto* watcher = new QFutureWatcher<Judged>(this);
-    connect(
-        watcher, &QFutureWatcher<Judged>::finished, this, [this, watcher, generation, question] {
-            watcher->deleteLater();
-            if (generation != generation_ || watcher->future().resultCount() == 0)
-                return;
-            asking_ = false;
-            const Judged answer = watcher->result();
-            verdict_ = Verdict{question.segments, question.layout, answer.copies, answer.whyNot};
-            refresh();
-        });
+    connect(watcher, &QFutureWatcher<Judged>::finished, this,
+            [this, watcher, generation, question] {
+                watcher->deleteLater();
+                if (generation != generation_ || watcher->future().resultCount() == 0)
+                    return;
+                asking_ = false;
+                const Judged answer = watcher->result();
+                verdict_ = Verdict{question.segments, question.layout, answer.copies, answer.line};
+                refresh();
+            });
     watcher->setFuture(QtConcurrent::task([question, flag = judging_]() -> Judged {
                            try {
                                const CopyVerdict v =
                                    decideCopy(question.segments, question.layout, *flag);
-                               return {v.copies(), v.whyNot};
+                               return {v.copies(), v.line()};
                            } catch (...) {
                                return {}; // cancelled, or beyond saying: no promise either way
                            }

@@ -3,7 +3,8 @@
 // The small dialog in which a person picks the file format (MP4, MOV) and quality (Original,
 // High, Smaller File), sees the movie's size and whether it will be a fast export, then
 // chooses where to save. Under Original it says "Fast export, no re-encoding" exactly when the
-// exporter will copy, and otherwise which clip stops that and why; that verdict reads the
+// exporter will copy, "Fast export, re-encoding only …" when it copies all but the frames
+// around trims off key frames, and otherwise which clip stops that and why; that verdict reads the
 // clips' packet tables, so it is worked out in the background and shown when it lands.
 //
 // Format and quality are kept in QSettings under "format" and "quality" (a value that cannot
@@ -54,7 +55,7 @@ private:
         std::vector<Segment> segments;
         Layout layout;
         bool copies = false;
-        QString whyNot;
+        QString line; // which way the export goes, or why it re-encodes
     };
 
     std::vector<Segment> segments() const;
