@@ -19,6 +19,8 @@ packages=(
   libgtest-dev libbenchmark-dev ffmpeg libimage-exiftool-perl xvfb xauth
   # the window's journey and screenshots under Xvfb, the desktop entry's check, the package
   xdotool imagemagick desktop-file-utils dpkg-dev
+  # the exported movies played in a real browser (bench/SmartCutBench.cpp)
+  chromium
 )
 
 missing=()
