@@ -107,6 +107,33 @@ QByteArray record(const Configuration& c) {
     return r + c.extension;
 }
 
+namespace {
+
+// Whether any NAL unit of a length-prefixed sample has a header byte that `is` accepts.
+template <typename Test>
+bool anyUnit(const QByteArray& sample, Test is) {
+    qsizetype at = 0;
+    while (at + 4 < sample.size()) {
+        const std::uint32_t n = static_cast<std::uint32_t>(byte(sample, at)) << 24 |
+                                byte(sample, at + 1) << 16 | byte(sample, at + 2) << 8 |
+                                byte(sample, at + 3);
+        if (is(byte(sample, at + 4)))
+            return true;
+        at += 4 + static_cast<qsizetype>(n);
+    }
+    return false;
+}
+
+void appendLength(QByteArray& out, qsizetype size) {
+    const auto n = static_cast<std::uint32_t>(size);
+    out.append(static_cast<char>(n >> 24));
+    out.append(static_cast<char>(n >> 16 & 0xff));
+    out.append(static_cast<char>(n >> 8 & 0xff));
+    out.append(static_cast<char>(n & 0xff));
+}
+
+} // namespace
+
 std::vector<QByteArray> annexBUnits(const QByteArray& s) {
     std::vector<QByteArray> units;
     qsizetype start = -1;
@@ -133,27 +160,46 @@ std::vector<QByteArray> annexBUnits(const QByteArray& s) {
 QByteArray lengthPrefixed(const QByteArray& annexB) {
     QByteArray out;
     for (const QByteArray& u : annexBUnits(annexB)) {
-        const auto n = static_cast<std::uint32_t>(u.size());
-        out.append(static_cast<char>(n >> 24));
-        out.append(static_cast<char>(n >> 16 & 0xff));
-        out.append(static_cast<char>(n >> 8 & 0xff));
-        out.append(static_cast<char>(n & 0xff));
+        appendLength(out, u.size());
         out.append(u);
     }
     return out;
 }
 
 bool holdsIdr(const QByteArray& sample) {
-    qsizetype at = 0;
-    while (at + 4 < sample.size()) {
-        const std::uint32_t n = static_cast<std::uint32_t>(byte(sample, at)) << 24 |
-                                byte(sample, at + 1) << 16 | byte(sample, at + 2) << 8 |
-                                byte(sample, at + 3);
-        if ((byte(sample, at + 4) & 31) == 5)
-            return true;
-        at += 4 + static_cast<qsizetype>(n);
+    return anyUnit(sample, [](std::uint8_t header) { return (header & 31) == 5; });
+}
+
+bool holdsHevcIdr(const QByteArray& sample) {
+    return anyUnit(sample, [](std::uint8_t header) {
+        const int type = header >> 1 & 63;
+        return type == 19 || type == 20; // IDR_W_RADL, IDR_N_LP
+    });
+}
+
+std::optional<QByteArray> hevcParameterSets(const QByteArray& r) {
+    if (r.size() < 23 || byte(r, 0) != 1 || (byte(r, 21) & 3) != 3)
+        return std::nullopt;
+    QByteArray sets;
+    qsizetype at = 23;
+    for (int array = 0; array < byte(r, 22); ++array) {
+        if (at + 3 > r.size())
+            return std::nullopt;
+        const int type = byte(r, at) & 63;
+        const int count = byte(r, at + 1) << 8 | byte(r, at + 2);
+        at += 3;
+        std::vector<QByteArray> units;
+        if (!readUnits(r, at, count, units))
+            return std::nullopt;
+        if (type >= 32 && type <= 34) // VPS, SPS, PPS
+            for (const QByteArray& u : units) {
+                appendLength(sets, u.size());
+                sets.append(u);
+            }
     }
-    return false;
+    if (sets.isEmpty())
+        return std::nullopt;
+    return sets;
 }
 
 int unitType(const QByteArray& unit) {

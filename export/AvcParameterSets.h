@@ -30,6 +30,13 @@ QByteArray lengthPrefixed(const QByteArray& annexB);
 // Whether a sample of 4-byte length-prefixed NAL units holds an IDR picture.
 bool holdsIdr(const QByteArray& sample);
 
+// HEVC's decoder configuration record ('hvcC'): its VPS, SPS and PPS, each behind a 4-byte
+// length, ready to stand in front of a sample. Absent when the record is malformed, holds none,
+// or its samples do not use 4-byte lengths.
+std::optional<QByteArray> hevcParameterSets(const QByteArray& record);
+// Whether a sample of 4-byte length-prefixed HEVC NAL units holds an IDR picture.
+bool holdsHevcIdr(const QByteArray& sample);
+
 int unitType(const QByteArray& unit);
 // seq_parameter_set_id of an SPS, pic_parameter_set_id of a PPS; -1 when unreadable.
 int sequenceSetId(const QByteArray& sps);

@@ -44,6 +44,19 @@ const char* x264Profile(const AVCodecParameters& p) {
     }
 }
 
+// x265's name for the stream's profile, when x265 makes it at the stream's chroma format and
+// bit depth; null otherwise.
+const char* x265Profile(const AVCodecParameters& p) {
+    const auto format = static_cast<AVPixelFormat>(p.format);
+    if (p.field_order != AV_FIELD_UNKNOWN && p.field_order != AV_FIELD_PROGRESSIVE)
+        return nullptr;
+    if (p.profile == FF_PROFILE_HEVC_MAIN && format == AV_PIX_FMT_YUV420P)
+        return "main";
+    if (p.profile == FF_PROFILE_HEVC_MAIN_10 && format == AV_PIX_FMT_YUV420P10LE)
+        return "main10";
+    return nullptr;
+}
+
 // The frame rate the pictures follow: the most common step between presentation times.
 AVRational frameRateOf(const VideoFacts& video) {
     std::vector<std::int64_t> times;
@@ -68,11 +81,14 @@ AVRational frameRateOf(const VideoFacts& video) {
 }
 
 // An encoder for the re-encoded frames; null when it cannot be opened with these settings.
+// x264 writes its parameter sets, under `setId`, into the extradata; x265, which cannot choose
+// their ids, writes them in front of each stretch's first frame instead.
 ff::CodecPtr openEncoder(const AVCodecParameters& source, AVRational frameRate, AVRational timeBase,
                          int setId) {
-    const VideoEncoderSettings settings = cutEncoderSettings();
+    const bool hevc = source.codec_id == AV_CODEC_ID_HEVC;
+    const VideoEncoderSettings settings = cutEncoderSettings(hevc);
     const AVCodec* codec = avcodec_find_encoder_by_name(settings.encoder);
-    const char* profile = x264Profile(source);
+    const char* profile = hevc ? x265Profile(source) : x264Profile(source);
     ff::CodecPtr c(codec && profile ? avcodec_alloc_context3(codec) : nullptr);
     if (!c)
         return c;
@@ -87,16 +103,24 @@ ff::CodecPtr openEncoder(const AVCodecParameters& source, AVRational frameRate, 
     c->colorspace = source.color_space;
     c->color_range = source.color_range;
     c->chroma_sample_location = source.chroma_location;
-    c->level = source.level;
     // No reordering: decoding times then follow presentation times (see SmartCutPlan.h).
     c->max_b_frames = 0;
     c->gop_size = 100000; // one group per stretch; the stretch is shorter than the source's
-    c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     ff::Dictionary options;
     options.set("preset", settings.speedPreset);
     options.set("crf", QByteArray::number(settings.crf).constData());
     options.set("profile", profile);
-    options.set("x264-params", QByteArray("sps-id=" + QByteArray::number(setId)).constData());
+    if (hevc) {
+        // general_level_idc is 30 times the level; x265 takes ten times it.
+        const QByteArray params = "log-level=error:bframes=0:open-gop=0:repeat-headers=1:"
+                                  "level-idc=" +
+                                  QByteArray::number(source.level / 3);
+        options.set("x265-params", params.constData());
+    } else {
+        c->level = source.level;
+        c->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        options.set("x264-params", QByteArray("sps-id=" + QByteArray::number(setId)).constData());
+    }
     if (avcodec_open2(c.get(), codec, options.out()) < 0)
         c.reset();
     return c;
@@ -144,7 +168,8 @@ QByteArray jointRecord(const avc::Configuration& source, const QByteArray& encod
 
 // Whether every copied stretch that follows re-encoded frames starts at an IDR picture, the
 // only place where a decoder may switch to other parameter sets.
-bool copiesStartAtIdr(const QString& path, const VideoCut& cut, const CancelFlag& cancel) {
+bool copiesStartAtIdr(const QString& path, const VideoCut& cut, bool hevc,
+                      const CancelFlag& cancel) {
     SourceFile source = openSource(path, cancel);
     AVFormatContext* c = source.context.get();
     if (source.audio >= 0)
@@ -152,9 +177,10 @@ bool copiesStartAtIdr(const QString& path, const VideoCut& cut, const CancelFlag
     ff::PacketPtr packet = ff::makePacket();
     for (std::int64_t index = 0; av_read_frame(c, packet.get()) >= 0; ++index) {
         cancel.throwIfCancelled();
-        if (index == cut.firstPacket)
-            return avc::holdsIdr(
-                QByteArray(reinterpret_cast<const char*>(packet->data), packet->size));
+        if (index == cut.firstPacket) {
+            const QByteArray sample(reinterpret_cast<const char*>(packet->data), packet->size);
+            return hevc ? avc::holdsHevcIdr(sample) : avc::holdsIdr(sample);
+        }
         av_packet_unref(packet.get());
     }
     return false;
@@ -297,8 +323,10 @@ SmartCutResult prepareSmartCut(const std::vector<CopyClip>& trims, std::vector<S
     }
     if (clips.empty())
         return {std::nullopt, SmartRefusal::none, CopyRefusal::noClips, -1};
-    if (clips.front().video.codecId != AV_CODEC_ID_H264)
+    const int codecId = clips.front().video.codecId;
+    if (codecId != AV_CODEC_ID_H264 && codecId != AV_CODEC_ID_HEVC)
         return {std::nullopt, SmartRefusal::codec, CopyRefusal::none, 0};
+    const bool hevc = codecId == AV_CODEC_ID_HEVC;
     SmartPlanResult planned = planSmartCut(clips);
     if (!planned.plan)
         return {std::nullopt, planned.refusal, planned.copyRefusal, planned.clip};
@@ -311,16 +339,30 @@ SmartCutResult prepareSmartCut(const std::vector<CopyClip>& trims, std::vector<S
     if (stream < 0)
         throw ExportFailure::sourceGone(paths.front());
     const AVCodecParameters& source = *first.stream(stream)->codecpar;
-    const auto configuration = avc::parseRecord(clips.front().video.extradata);
-    job.parameterSetId = configuration ? freeSetId(*configuration) : -1;
+    const QByteArray& extradata = clips.front().video.extradata;
     job.frameRate = frameRateOf(clips.front().video);
-    ff::CodecPtr encoder;
-    if (configuration && configuration->lengthSize == 4 && job.parameterSetId >= 0 &&
-        !configuration->sequenceSets.empty() && job.frameRate.num > 0)
-        encoder = openEncoder(source, job.frameRate, plan.copy.videoTimeBase, job.parameterSetId);
-    if (encoder)
-        job.encoderSets = extradataOf(*encoder);
-    const QByteArray joint = encoder ? jointRecord(*configuration, job.encoderSets) : QByteArray();
+    QByteArray joint;
+    std::optional<QByteArray> leadIn;
+    if (hevc) {
+        // The source's parameter sets go in front of every copied stretch that follows
+        // re-encoded frames, so the sample description keeps the source's own.
+        leadIn = avc::hevcParameterSets(extradata);
+        if (leadIn && job.frameRate.num > 0 &&
+            openEncoder(source, job.frameRate, plan.copy.videoTimeBase, 0))
+            joint = extradata;
+    } else {
+        const auto configuration = avc::parseRecord(extradata);
+        job.parameterSetId = configuration ? freeSetId(*configuration) : -1;
+        ff::CodecPtr encoder;
+        if (configuration && configuration->lengthSize == 4 && job.parameterSetId >= 0 &&
+            !configuration->sequenceSets.empty() && job.frameRate.num > 0)
+            encoder =
+                openEncoder(source, job.frameRate, plan.copy.videoTimeBase, job.parameterSetId);
+        if (encoder) {
+            job.encoderSets = extradataOf(*encoder);
+            joint = jointRecord(*configuration, job.encoderSets);
+        }
+    }
     if (joint.isEmpty())
         return {std::nullopt, SmartRefusal::unmatched, CopyRefusal::none, 0};
 
@@ -329,9 +371,14 @@ SmartCutResult prepareSmartCut(const std::vector<CopyClip>& trims, std::vector<S
         const bool afterEncoded =
             plan.clips[i].head || (i > 0 && plan.clips[i - 1].tail) ||
             (i > 0 && plan.copy.video[i - 1].endPacket == plan.copy.video[i - 1].firstPacket);
-        if (cut.endPacket > cut.firstPacket && afterEncoded &&
-            !copiesStartAtIdr(paths[i], cut, cancel))
+        if (cut.endPacket <= cut.firstPacket || !afterEncoded)
+            continue;
+        if (!copiesStartAtIdr(paths[i], cut, hevc, cancel))
             return {std::nullopt, SmartRefusal::keyNotIdr, CopyRefusal::none, static_cast<int>(i)};
+        if (leadIn) {
+            job.copy.leadIn.resize(clips.size());
+            job.copy.leadIn[i] = *leadIn;
+        }
     }
 
     job.copy.paths = paths;
@@ -339,6 +386,9 @@ SmartCutResult prepareSmartCut(const std::vector<CopyClip>& trims, std::vector<S
     if (!ff::setExtradata(job.copy.video.parameters.get(), joint.constData(),
                           static_cast<int>(joint.size())))
         throw ExportFailure::failed();
+    // Parameter sets inside the samples: the sample entry that allows them.
+    if (hevc)
+        job.copy.video.parameters->codec_tag = MKTAG('h', 'e', 'v', '1');
     job.encodedFrames = plan.encodedFrames();
     job.copy.plan = std::move(plan.copy);
     job.clips = std::move(plan.clips);

@@ -28,6 +28,9 @@ struct CopyJob {
     StreamFormat audio;                // and its sound this (parameters null: no sound)
     std::optional<QByteArray> silence; // an AAC frame of silence, where the plan needs one
     std::int64_t samples = 0;          // packets the movie will hold, to size its index
+    // Per clip, when not empty: NAL units put in front of its first copied packet (the
+    // parameter sets a decoder must return to after frames coded with others).
+    std::vector<QByteArray> leadIn;
 };
 
 // What the copy must keep of each segment (its trimmed range, its sound unless muted); the
