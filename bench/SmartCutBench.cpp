@@ -74,53 +74,54 @@ QString clip(Kind kind, int seconds, int variant) {
         return path;
     std::printf("making %s…\n", qPrintable(name));
     std::fflush(stdout);
-    QStringList args{"-v",
-                     "error",
-                     "-nostdin",
-                     "-y",
-                     "-f",
-                     "lavfi",
-                     "-i",
-                     QStringLiteral("testsrc2=size=1920x1080:rate=30:duration=%1").arg(seconds),
-                     "-f",
-                     "lavfi",
-                     "-i",
-                     QStringLiteral("sine=frequency=%1:sample_rate=48000:duration=%2")
-                         .arg(300 + 100 * variant)
-                         .arg(seconds),
-                     "-pix_fmt",
-                     "yuv420p",
-                     "-g",
-                     "60",
-                     "-bf",
-                     "2",
-                     "-c:a",
-                     "aac",
-                     "-ac",
-                     "2"};
+    const QStringList quiet{"-v", "error", "-nostdin", "-y"};
+    const QStringList picture{
+        "-f", "lavfi", "-i",
+        QStringLiteral("testsrc2=size=1920x1080:rate=30:duration=%1").arg(seconds)};
+    const QStringList sound{"-f", "lavfi", "-i",
+                            QStringLiteral("sine=frequency=%1:sample_rate=48000:duration=%2")
+                                .arg(300 + 100 * variant)
+                                .arg(seconds)};
+    QStringList video{"-pix_fmt", "yuv420p", "-g", "60", "-bf", "2"};
     if (kind == Kind::phoneHevc)
-        args << "-c:v"
-             << "libx265"
-             << "-preset"
-             << "veryfast"
-             << "-x265-params"
-             << "log-level=none:keyint=60:min-keyint=60:open-gop=0"
-             << "-tag:v"
-             << "hvc1";
+        video << "-c:v"
+              << "libx265"
+              << "-preset"
+              << "veryfast"
+              << "-x265-params"
+              << "log-level=none:keyint=60:min-keyint=60:open-gop=0"
+              << "-tag:v"
+              << "hvc1";
     else
-        args << "-c:v"
-             << "libx264"
-             << "-preset"
-             << "veryfast"
-             << "-crf"
-             << "20";
-    if (kind != Kind::h264)
-        args << "-video_track_timescale"
-             << "600"
-             << "-use_editlist"
-             << "0";
+        video << "-c:v"
+              << "libx264"
+              << "-preset"
+              << "veryfast"
+              << "-crf"
+              << "20";
+    const QStringList aac{"-c:a", "aac", "-ac", "2"};
     const QString partial = folder() + "/partial-" + name;
-    run("ffmpeg", args << partial);
+    if (kind == Kind::h264) {
+        run("ffmpeg", quiet + picture + sound + video + aac + QStringList{partial});
+    } else {
+        // As a phone stores it: the picture's first frame (behind two B-frames) not at zero, the
+        // sound from zero, no edit list. Made apart and joined with their own timestamps, since
+        // the muxer would otherwise move the sound's start to the first frame's.
+        const QStringList mov{"-video_track_timescale", "600", "-use_editlist", "0"};
+        const QString picturePart = folder() + "/partial-video-" + name;
+        const QString soundPart = folder() + "/partial-sound-" + name + ".aac";
+        run("ffmpeg", quiet + picture + video + mov + QStringList{picturePart});
+        run("ffmpeg", quiet + sound + aac + QStringList{"-f", "adts", soundPart});
+        QStringList join =
+            quiet + QStringList{"-copyts", "-i",   picturePart, "-i", soundPart, "-map",
+                                "0:v",     "-map", "1:a",       "-c", "copy"};
+        if (kind == Kind::phoneH264) // x264's frames lose their length on the way through MP4
+            join << "-bsf:v"
+                 << "setts=pts=PTS:dts=DTS:duration=20";
+        run("ffmpeg", join + mov + QStringList{partial});
+        QFile::remove(picturePart);
+        QFile::remove(soundPart);
+    }
     QFile::rename(partial, path);
     return path;
 }
@@ -181,7 +182,7 @@ double lowestSsim(const QString& movie, long from, long to, const QString& sourc
     const QString graph =
         QStringLiteral("[0:v]trim=start_frame=%1:end_frame=%2,setpts=PTS-STARTPTS[a];"
                        "[1:v]trim=start_frame=%3,setpts=PTS-STARTPTS[b];"
-                       "[a][b]ssim=stats_file=%4")
+                       "[a][b]ssim=shortest=1:stats_file=%4")
             .arg(from)
             .arg(to)
             .arg(sourceFrom)
@@ -286,13 +287,17 @@ void measure(const char* title, Kind kind, int seconds, int runs) {
         long at = 0;
         const long length = wanted / 6;
         const long first = std::lround(trimStart * 30);
+        QStringList each; // head/tail of each clip
         for (const Segment& s : segments) {
             const QString from = s.url.toLocalFile();
-            ssim = std::min(ssim, lowestSsim(out, at, at + 21, from, first));
-            ssim = std::min(
-                ssim, lowestSsim(out, at + length - 12, at + length, from, first + length - 12));
+            const double head = lowestSsim(out, at, at + 21, from, first);
+            const double tail =
+                lowestSsim(out, at + length - 12, at + length, from, first + length - 12);
+            each << QStringLiteral("%1/%2").arg(head, 0, 'f', 4).arg(tail, 0, 'f', 4);
+            ssim = std::min({ssim, head, tail});
             at += length;
         }
+        std::printf("  lowest SSIM, head/tail of each clip: %s\n", qPrintable(each.join(' ')));
         const QString errors =
             run("ffmpeg", {"-v", "error", "-nostdin", "-i", out, "-f", "null", "-"}).trimmed();
         std::printf("  frames %zu of %ld asked for; %d packets copied bit-identical, %lld "
@@ -359,6 +364,7 @@ void measure(const char* title, Kind kind, int seconds, int runs) {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     vimbo::ff::quietLibraryLog();
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     int seconds = 20;
     int runs = 3;
     const QStringList args = app.arguments();
@@ -369,8 +375,13 @@ int main(int argc, char** argv) {
             runs = args[++i].toInt();
     }
     QDir().mkpath(vimbo::folder());
-    vimbo::measure("H.264", vimbo::Kind::h264, seconds, runs);
-    vimbo::measure("H.264 stored as phones store it", vimbo::Kind::phoneH264, seconds, runs);
-    vimbo::measure("HEVC stored as phones store it", vimbo::Kind::phoneHevc, seconds, runs);
+    // --only h264|phone-h264|phone-hevc measures that set alone.
+    const QString only = args.contains("--only") ? args.value(args.indexOf("--only") + 1) : "";
+    if (only.isEmpty() || only == "h264")
+        vimbo::measure("H.264", vimbo::Kind::h264, seconds, runs);
+    if (only.isEmpty() || only == "phone-h264")
+        vimbo::measure("H.264 stored as phones store it", vimbo::Kind::phoneH264, seconds, runs);
+    if (only.isEmpty() || only == "phone-hevc")
+        vimbo::measure("HEVC stored as phones store it", vimbo::Kind::phoneHevc, seconds, runs);
     return 0;
 }
