@@ -399,8 +399,6 @@ SmartCutResult prepareSmartCut(const std::vector<CopyClip>& trims, std::vector<S
             !(job.copy.silence = aacSilence(*job.copy.audio.parameters)))
             return {std::nullopt, SmartRefusal::none, CopyRefusal::silenceUnavailable, -1};
     }
-    for (const SmartClip& c : job.clips)
-        job.cuts += (c.head ? 1 : 0) + (c.tail ? 1 : 0);
     job.copy.samples = packetCount(job);
     return {std::move(job), SmartRefusal::none, CopyRefusal::none, -1};
 }

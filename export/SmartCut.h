@@ -21,7 +21,6 @@ struct SmartCutJob {
     std::vector<SmartClip> clips;
     std::int64_t encodedDelay = 0;
     std::int64_t encodedFrames = 0;
-    int cuts = 0;           // stretches re-encoded
     int parameterSetId = 0; // the encoder's SPS and PPS id
     AVRational frameRate{0, 1};
     QByteArray encoderSets; // the encoder's SPS and PPS, as its extradata gives them
