@@ -210,9 +210,11 @@ TEST_P(SmartCut, TrimmedPhoneClipsJoinFrameExactAndMostlyCopied) {
             const std::size_t k = expected[i];
             const double own = meanDifference(shown[i].luma, original[k].luma);
             EXPECT_LT(own, 2.0) << "frame " << i;
-            for (const std::size_t other : {k - 1, k + 1})
-                if (other < original.size())
+            for (const std::size_t other : {k - 1, k + 1}) {
+                if (other < original.size()) {
                     EXPECT_LT(own, meanDifference(shown[i].luma, original[other].luma));
+                }
+            }
         }
 
         int copied = 0;
