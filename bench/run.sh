@@ -4,7 +4,7 @@
 # The test media are generated into the build folder on the first run.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-"$here/scripts/setup.sh"
+"$here/scripts/setup.sh" --bench
 build="$here/build/bench"
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DVIMBO_TESTS=OFF \
   -DVIMBO_BENCH=ON >/dev/null

@@ -46,7 +46,9 @@ std::optional<std::int64_t> frameAt(const std::vector<PacketStamp>& packets, std
     return best;
 }
 
-CopyRefusal cutVideo(const CopyClip& clip, VideoCut& cut) {
+} // namespace
+
+CopyRefusal shownFrames(const CopyClip& clip, std::int64_t& firstShown, std::int64_t& endShown) {
     const auto& packets = clip.video.packets;
     const AVRational tb = clip.video.timeBase;
     std::int64_t start = INT64_MAX;
@@ -79,8 +81,21 @@ CopyRefusal cutVideo(const CopyClip& clip, VideoCut& cut) {
             return CopyRefusal::trimEndBetweenFrames;
         end = *last;
     }
+    firstShown = *first;
+    endShown = end;
+    return CopyRefusal::none;
+}
+
+namespace {
+
+CopyRefusal cutVideo(const CopyClip& clip, VideoCut& cut) {
+    const auto& packets = clip.video.packets;
+    std::int64_t first = 0;
+    std::int64_t end = 0;
+    if (const CopyRefusal r = shownFrames(clip, first, end); r != CopyRefusal::none)
+        return r;
     const auto kept = [&](const PacketStamp& p) {
-        return !p.discard && p.pts >= *first && p.pts < end;
+        return !p.discard && p.pts >= first && p.pts < end;
     };
     std::int64_t from = -1;
     std::int64_t to = -1;
@@ -89,13 +104,13 @@ CopyRefusal cutVideo(const CopyClip& clip, VideoCut& cut) {
             from = from < 0 ? static_cast<std::int64_t>(i) : from;
             to = static_cast<std::int64_t>(i) + 1;
         }
-    if (from < 0 || !packets[from].key || packets[from].pts != *first)
+    if (from < 0 || !packets[from].key || packets[from].pts != first)
         return CopyRefusal::trimStartNotKey;
     for (std::int64_t i = from; i < to; ++i)
         if (!kept(packets[i]))
-            return packets[i].pts < *first ? CopyRefusal::trimStartNotKey
-                                           : CopyRefusal::trimEndCutsReferences;
-    cut = {from, to, *first, end, 0, tb};
+            return packets[i].pts < first ? CopyRefusal::trimStartNotKey
+                                          : CopyRefusal::trimEndCutsReferences;
+    cut = {from, to, first, end, 0, clip.video.timeBase};
     return CopyRefusal::none;
 }
 
@@ -174,6 +189,8 @@ AudioCut placeAudio(const CopyClip& clip, const VideoCut& cut, std::int64_t outS
     return a;
 }
 
+} // namespace
+
 std::optional<AudioPlan> planAudio(const std::vector<CopyClip>& clips, const CopyPlan& plan,
                                    CopyRefusal& refusal, int& refused) {
     int formatClip = -1;
@@ -233,8 +250,6 @@ std::optional<AudioPlan> planAudio(const std::vector<CopyClip>& clips, const Cop
             audio.needsSilence = true;
     return audio;
 }
-
-} // namespace
 
 PlanResult planCopy(const std::vector<CopyClip>& clips) {
     if (clips.empty())

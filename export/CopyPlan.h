@@ -133,4 +133,13 @@ struct PlanResult {
 // The plan for joining the clips in order, or why they cannot be joined exactly.
 PlanResult planCopy(const std::vector<CopyClip>& clips);
 
+// The presentation time of a clip's first shown frame and where its last one stops showing,
+// in the video's time base; a refusal when a trim falls between frames.
+CopyRefusal shownFrames(const CopyClip& clip, std::int64_t& first, std::int64_t& end);
+
+// The sound of a plan whose video cuts are made: absent when no clip has sound, or when its
+// sound refuses (then `refusal` and `refused`, the clip, say why).
+std::optional<AudioPlan> planAudio(const std::vector<CopyClip>& clips, const CopyPlan& plan,
+                                   CopyRefusal& refusal, int& refused);
+
 } // namespace vimbo

@@ -141,7 +141,49 @@ QString line(const QString& reason) {
     return reason.isEmpty() ? QString() : tr("No fast export: %1").arg(reason);
 }
 
+// Why the frames around a trim cannot be re-encoded to match the copied ones.
+QString smartRefusalText(const SmartCutResult& result, const std::vector<Segment>& usable) {
+    if (result.refusal == SmartRefusal::none)
+        return refusalText({std::nullopt, result.copyRefusal, result.clip}, usable);
+    const Segment& s = usable[static_cast<std::size_t>(std::max(0, result.clip))];
+    const QString c = name(s);
+    switch (result.refusal) {
+    case SmartRefusal::none:
+        break;
+    case SmartRefusal::codec:
+        return tr("%1 is trimmed off a key frame, and its %2 video can\u2019t be re-encoded "
+                  "around the cut")
+            .arg(c, codecName(s.info));
+    case SmartRefusal::unmatched:
+        return tr("%1 is trimmed off a key frame, and the encoder can\u2019t match its video")
+            .arg(c);
+    case SmartRefusal::openGop:
+        return tr("%1 is trimmed inside groups of pictures that can\u2019t be cut apart").arg(c);
+    case SmartRefusal::keyNotIdr:
+        return tr("%1 has key frames that a copy can\u2019t start from").arg(c);
+    case SmartRefusal::joinOrder:
+        return tr("%1 can\u2019t follow the clip before it without re-encoding").arg(c);
+    }
+    return {};
+}
+
+// Trims off key frames are what re-encoding around the cuts can mend.
+bool cutsCanMend(CopyRefusal refusal) {
+    return refusal == CopyRefusal::trimStartNotKey || refusal == CopyRefusal::trimEndCutsReferences;
+}
+
 } // namespace
+
+QString CopyVerdict::line() const {
+    if (job)
+        return tr("Fast export, no re-encoding");
+    if (cut)
+        return cut->encodedFrames == 1
+                   ? tr("Fast export, re-encoding only 1 frame around the trims")
+                   : tr("Fast export, re-encoding only %1 frames around the trims")
+                         .arg(cut->encodedFrames);
+    return whyNot;
+}
 
 CopyVerdict decideCopy(const std::vector<Segment>& segments, const Layout& layout,
                        const CancelFlag& cancel) {
@@ -150,21 +192,29 @@ CopyVerdict decideCopy(const std::vector<Segment>& segments, const Layout& layou
         if (s.info.isUsable())
             usable.push_back(s);
     if (const auto obstacle = Timeline::joinObstacle(usable, layout))
-        return {std::nullopt, line(obstacleText(*obstacle, usable, layout))};
+        return {std::nullopt, std::nullopt, line(obstacleText(*obstacle, usable, layout))};
     PlanResult planned;
     try {
-        std::optional<CopyJob> job =
-            prepareCopy(copyClips(usable), sourcePaths(usable), cancel, &planned);
+        std::vector<SourceScan> scans;
+        const std::vector<CopyClip> trims = copyClips(usable);
+        const std::vector<QString> paths = sourcePaths(usable);
+        std::optional<CopyJob> job = prepareCopy(trims, paths, cancel, &planned, &scans);
         if (job)
-            return {std::move(job), {}};
+            return {std::move(job), std::nullopt, {}};
+        if (cutsCanMend(planned.refusal)) {
+            SmartCutResult smart = prepareSmartCut(trims, std::move(scans), paths, cancel);
+            if (smart.job)
+                return {std::nullopt, std::move(smart.job), {}};
+            return {std::nullopt, std::nullopt, line(smartRefusalText(smart, usable))};
+        }
     } catch (const VimboError& error) {
         // A file whose packets cannot be read this way may still decode: it is re-encoded.
         QString sentence = error.errorDescription();
         if (sentence.endsWith(u'.'))
             sentence.chop(1);
-        return {std::nullopt, line(sentence)};
+        return {std::nullopt, std::nullopt, line(sentence)};
     }
-    return {std::nullopt, line(refusalText(planned, usable))};
+    return {std::nullopt, std::nullopt, line(refusalText(planned, usable))};
 }
 
 } // namespace vimbo

@@ -42,6 +42,15 @@ VideoEncoderSettings videoSettings(Preset preset) {
     return {"libx264", "veryfast", 18, std::nullopt, nullptr, {}};
 }
 
+// A few frames beside copied ones from a camera: CRF 15 (x265: 17) keeps them as close to the
+// camera's own as the eye can tell at any bit rate phones record, and they are too few for
+// their size or speed to matter.
+VideoEncoderSettings cutEncoderSettings(bool hevc) {
+    if (hevc)
+        return {"libx265", "veryfast", 17, std::nullopt, nullptr, {}};
+    return {"libx264", "veryfast", 15, std::nullopt, nullptr, {}};
+}
+
 AudioEncoderSettings audioSettings(Preset preset) {
     const int bitRate = preset == Preset::hevc1920x1080 ? 128'000 : 192'000;
     return {"aac", 48'000, 2, bitRate};

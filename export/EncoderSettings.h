@@ -46,6 +46,10 @@ struct AudioEncoderSettings {
 VideoEncoderSettings videoSettings(Preset preset);
 AudioEncoderSettings audioSettings(Preset preset);
 
+// The encoder of the frames re-encoded around a trim while the rest of the movie is copied:
+// x264 for H.264 clips, x265 for HEVC ones.
+VideoEncoderSettings cutEncoderSettings(bool hevc);
+
 // Muxer options every export writes: the movie index at the front of the file
 // ("optimise for network use").
 const char* movFlags();

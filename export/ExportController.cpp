@@ -68,12 +68,12 @@ void ExportController::start(const std::vector<Segment>& segments, const Layout&
             QMetaObject::invokeMethod(
                 this, [this, generation, p] { progressed(generation, p); }, Qt::QueuedConnection);
         };
-        const auto decided = [this, generation](const QString& whyNot) {
+        const auto decided = [this, generation](const QString& line) {
             QMetaObject::invokeMethod(
                 this,
-                [this, generation, whyNot] {
+                [this, generation, line] {
                     if (generation == current_)
-                        emit copyDecided(whyNot);
+                        emit copyDecided(line);
                 },
                 Qt::QueuedConnection);
         };

@@ -75,9 +75,9 @@ public:
 
 signals:
     void stateChanged();
-    // The current export at Original has decided whether it copies: `whyNot` is empty when it
-    // does, otherwise the line that says why not. Comes before its first progress.
-    void copyDecided(const QString& whyNot);
+    // The current export at Original has decided which way it goes: `line` says so ("Fast
+    // export, …"), or why it re-encodes. Comes before its first progress.
+    void copyDecided(const QString& line);
 
 private:
     // An export that may still be running.

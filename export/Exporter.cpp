@@ -15,7 +15,7 @@
 namespace vimbo {
 struct Exporter::Plan {
     std::shared_ptr<const Timeline> timeline;
-    std::shared_ptr<const CopyVerdict> copy; // present when the export copies
+    std::shared_ptr<const CopyVerdict> copy; // present when the export copies, whole or cut
     Preset preset = Preset::highestQuality;
 };
 
@@ -60,8 +60,8 @@ Exporter::Plan Exporter::prepare(const Decided& decided) {
         if (!verdict)
             verdict = std::make_shared<const CopyVerdict>(decideCopy(segments_, layout_, *cancel_));
         if (decided)
-            decided(verdict->whyNot);
-        if (verdict->copies()) {
+            decided(verdict->line());
+        if (verdict->copies() || verdict->cut) {
             plan.timeline = build(std::nullopt, true);
             plan.copy = std::move(verdict);
             plan.preset = Preset::passthrough;
@@ -123,8 +123,10 @@ void Exporter::export_(const QString& destination, const Progress& progress,
 void Exporter::run(const Plan& plan, const QString& destination, const Progress& progress) {
     ProgressTicker ticker(fraction_, progress);
     const auto store = [this](double f) { fraction_.store(f, std::memory_order_relaxed); };
-    if (plan.copy)
+    if (plan.copy && plan.copy->job)
         copyStreams(*plan.copy->job, destination, format_, *cancel_, store);
+    else if (plan.copy && plan.copy->cut)
+        smartCutStreams(*plan.copy->cut, destination, format_, *cancel_, store);
     else
         reencode(plan.timeline, plan.preset, format_, destination, cancel_, store);
 }

@@ -39,7 +39,7 @@ public:
     using Progress = std::function<void(double)>;
     // At Original, the copy decision once made: empty when the export copies, otherwise the
     // line that says why not. Called on export_'s thread before any progress.
-    using Decided = std::function<void(const QString& whyNot)>;
+    using Decided = std::function<void(const QString& line)>;
 
     // Keeps only the usable segments (videos and photos), in order. `verdict`, when given, is
     // decideCopy's answer for these very segments and layout (the export sheet's): an export at

@@ -21,6 +21,7 @@ public:
         : job_(job)
         , cut_(job.plan.video[clip])
         , audioCut_(job.plan.audio ? &job.plan.audio->clips[clip] : nullptr)
+        , leadIn_(clip < job.leadIn.size() ? job.leadIn[clip] : QByteArray())
         , path_(job.paths[clip])
         , writer_(writer)
         , video_(video)
@@ -49,6 +50,7 @@ private:
     const CopyJob& job_;
     const VideoCut& cut_;
     const AudioCut* audioCut_;
+    const QByteArray leadIn_;
     const QString& path_;
     MovieWriter& writer_;
     AVStream* video_;
@@ -89,6 +91,17 @@ void ClipCopy::copyVideo(AVPacket* packet) {
     const std::int64_t index = videoIndex_++;
     if (index < cut_.firstPacket || index >= cut_.endPacket)
         return;
+    ff::PacketPtr led;
+    if (index == cut_.firstPacket && !leadIn_.isEmpty()) {
+        led = ff::makePacket();
+        if (av_new_packet(led.get(), static_cast<int>(leadIn_.size()) + packet->size) < 0 ||
+            av_packet_copy_props(led.get(), packet) < 0)
+            throw ExportFailure::failed();
+        std::memcpy(led->data, leadIn_.constData(), static_cast<std::size_t>(leadIn_.size()));
+        std::memcpy(led->data + leadIn_.size(), packet->data,
+                    static_cast<std::size_t>(packet->size));
+        packet = led.get();
+    }
     const std::int64_t scale = job_.plan.videoTimeBase.den / cut_.sourceTimeBase.den;
     packet->pts = toOutput(packet->pts);
     packet->dts = toOutput(packet->dts);
@@ -185,7 +198,7 @@ std::vector<QString> sourcePaths(const std::vector<Segment>& segments) {
 
 std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
                                    const std::vector<QString>& paths, const CancelFlag& cancel,
-                                   PlanResult* result) {
+                                   PlanResult* result, std::vector<SourceScan>* scanned) {
     std::vector<CopyClip> clips;
     std::vector<SourceScan> scans;
     for (std::size_t i = 0; i < paths.size(); ++i) {
@@ -198,9 +211,12 @@ std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
     PlanResult planned = planCopy(clips);
     if (result)
         *result = planned;
-    if (!planned.plan)
+    if (!planned.plan) {
+        if (scanned)
+            *scanned = std::move(scans);
         return std::nullopt;
-    CopyJob job{paths, std::move(*planned.plan), std::move(scans.front().video), {}, {}, 0};
+    }
+    CopyJob job{paths, std::move(*planned.plan), std::move(scans.front().video), {}, {}, 0, {}};
     if (job.plan.audio) {
         job.audio = std::move(scans[job.plan.audio->formatClip].audio);
         if (job.plan.audio->needsSilence && !(job.silence = aacSilence(*job.audio.parameters))) {
@@ -213,6 +229,12 @@ std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
     return job;
 }
 
+void copyClip(const CopyJob& job, std::size_t clip, MovieWriter& writer, AVStream* video,
+              AVStream* audio, const CancelFlag& cancel,
+              const std::function<void(double)>& progressed) {
+    ClipCopy(job, clip, writer, video, audio, cancel).run(progressed);
+}
+
 void copyStreams(const CopyJob& job, const QString& destination, ExportFormat format,
                  const CancelFlag& cancel, const std::function<void(double)>& progressed) {
     MovieWriter writer(destination, format, cancel);
@@ -223,7 +245,7 @@ void copyStreams(const CopyJob& job, const QString& destination, ExportFormat fo
         audio = writer.addStream(*job.audio.parameters, {1, job.plan.audio->sampleRate});
     writer.open(indexBytesFixed + indexBytesPerPacket * job.samples);
     for (std::size_t i = 0; i < job.paths.size(); ++i)
-        ClipCopy(job, i, writer, video, audio, cancel).run(progressed);
+        copyClip(job, i, writer, video, audio, cancel, progressed);
     writer.finish();
 }
 

@@ -28,6 +28,9 @@ struct CopyJob {
     StreamFormat audio;                // and its sound this (parameters null: no sound)
     std::optional<QByteArray> silence; // an AAC frame of silence, where the plan needs one
     std::int64_t samples = 0;          // packets the movie will hold, to size its index
+    // Per clip, when not empty: NAL units put in front of its first copied packet (the
+    // parameter sets a decoder must return to after frames coded with others).
+    std::vector<QByteArray> leadIn;
 };
 
 // What the copy must keep of each segment (its trimmed range, its sound unless muted); the
@@ -35,11 +38,19 @@ struct CopyJob {
 std::vector<CopyClip> copyClips(const std::vector<Segment>& segments);
 std::vector<QString> sourcePaths(const std::vector<Segment>& segments);
 
-// Reads the clips' packet tables and plans the copy. Absent (with the reason in `refusal`)
-// when the clips cannot be joined exactly by copying.
+// Reads the clips' packet tables and plans the copy. Absent (with the reason in `result`)
+// when the clips cannot be joined exactly by copying; then `scanned` gets the tables read.
 std::optional<CopyJob> prepareCopy(const std::vector<CopyClip>& trims,
                                    const std::vector<QString>& paths, const CancelFlag& cancel,
-                                   PlanResult* result = nullptr);
+                                   PlanResult* result = nullptr,
+                                   std::vector<SourceScan>* scanned = nullptr);
+
+class MovieWriter;
+// Writes one clip's share of a copy into a movie already open: its packets in
+// [firstPacket, endPacket) and its audio slots.
+void copyClip(const CopyJob& job, std::size_t clip, MovieWriter& writer, AVStream* video,
+              AVStream* audio, const CancelFlag& cancel,
+              const std::function<void(double)>& progressed);
 
 // Writes the movie. Throws Cancelled or the failure's VimboError.
 void copyStreams(const CopyJob& job, const QString& destination, ExportFormat format,

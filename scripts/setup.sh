@@ -20,6 +20,9 @@ packages=(
   # the window's journey and screenshots under Xvfb, the desktop entry's check, the package
   xdotool imagemagick desktop-file-utils dpkg-dev
 )
+# `--bench`: the benchmarks' extras too: a real browser that plays the exported movies
+# (bench/SmartCutBench.cpp). The tests do without it.
+[[ ${1:-} == --bench ]] && packages+=(chromium)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -252,9 +252,7 @@ void ExportSheet::refresh() {
     }
     if (const Verdict* verdict = currentVerdict()) {
         const CopyVerdict* answer = verdict->answer.get(); // none: no promise either way
-        footer_->setText(!answer            ? QString()
-                         : answer->copies() ? tr("Fast export, no re-encoding")
-                                            : answer->whyNot);
+        footer_->setText(answer ? answer->line() : QString());
         return;
     }
     footer_->clear();

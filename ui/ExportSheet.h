@@ -3,9 +3,10 @@
 // The small dialog in which a person picks the file format (MP4, MOV) and quality (Original,
 // High, Smaller File), sees the movie's size and whether it will be a fast export, then
 // chooses where to save. Under Original it says "Fast export, no re-encoding" exactly when the
-// exporter will copy, and otherwise which clip stops that and why; that verdict reads the
-// clips' packet tables, so it is worked out in the background and shown when it lands, and the
-// export it starts follows it rather than reading them again.
+// exporter will copy, "Fast export, re-encoding only …" when it copies all but the frames
+// around trims off key frames, and otherwise which clip stops that and why; that verdict reads
+// the clips' packet tables, so it is worked out in the background and shown when it lands, and
+// the export it starts follows it rather than reading them again.
 //
 // Format and quality are kept in QSettings under "format" and "quality" (a value that cannot
 // be read gives MP4 and Original). "Export…" closes the sheet, captures what to export (the

@@ -4,8 +4,11 @@
 
 extern "C" {
 #include <libavcodec/codec_par.h>
+#include <libavcodec/defs.h>
+#include <libavutil/mem.h>
 }
 
+#include <cstring>
 #include <memory>
 
 namespace vimbo::ff {
@@ -21,6 +24,20 @@ inline ParametersPtr copyParameters(const AVCodecParameters* from) {
     if (to && avcodec_parameters_copy(to.get(), from) < 0)
         to.reset();
     return to;
+}
+
+// Replaces the parameters' extradata with a copy of `size` bytes at `data`; false when memory
+// runs out (the old extradata is then kept).
+inline bool setExtradata(AVCodecParameters* p, const void* data, int size) {
+    auto* copy = static_cast<std::uint8_t*>(
+        av_mallocz(static_cast<std::size_t>(size) + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!copy)
+        return false;
+    std::memcpy(copy, data, static_cast<std::size_t>(size));
+    av_freep(&p->extradata);
+    p->extradata = copy;
+    p->extradata_size = size;
+    return true;
 }
 
 } // namespace vimbo::ff

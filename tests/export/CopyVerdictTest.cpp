@@ -80,7 +80,9 @@ TEST(CopyVerdict, NamesTheFirstClipThatStopsACopy) {
     QLocale::setDefault(QLocale::system());
 }
 
-// On real files the packet tables decide: a trim on a key frame copies, one past it does not.
+// On real files the packet tables decide: a trim on a key frame copies, one past it copies all
+// but the frames up to the next key frame; a clip whose frames cannot be encoded to match is
+// named, and the whole movie is re-encoded.
 TEST(CopyVerdict, ReadsThePacketTables) {
     const QString clip = flashClip(); // key frames every 0.5 s
     ClipEdits onKey;
@@ -89,12 +91,32 @@ TEST(CopyVerdict, ReadsThePacketTables) {
     offKey.trimStart = 0.6;
     const CopyVerdict yes = decideCopy({probed(clip), probed(clip, onKey)}, {}, CancelFlag());
     EXPECT_TRUE(yes.copies());
-    EXPECT_EQ(yes.whyNot, QString());
-    const CopyVerdict no = decideCopy({probed(clip), probed(clip, offKey)}, {}, CancelFlag());
-    EXPECT_FALSE(no.copies());
-    EXPECT_EQ(no.whyNot.toStdString(), "No fast export: “" +
-                                           QFileInfo(clip).fileName().toStdString() +
-                                           "” is trimmed off a key frame");
+    EXPECT_EQ(yes.line(), QStringLiteral("Fast export, no re-encoding"));
+    const CopyVerdict around = decideCopy({probed(clip), probed(clip, offKey)}, {}, CancelFlag());
+    EXPECT_FALSE(around.copies());
+    ASSERT_TRUE(around.cut) << around.whyNot.toStdString();
+    EXPECT_EQ(around.line(),
+              QStringLiteral("Fast export, re-encoding only 12 frames around the trims"));
+
+    const QString mpeg4 = generated(
+        "mpeg4.mp4", {"-f", "lavfi", "-i", "testsrc2=s=320x240:d=1", "-c:v", "mpeg4", "-g", "15"});
+    const QString wide =
+        generated("h264-422.mp4", {"-f", "lavfi", "-i", "testsrc2=s=320x240:d=1", "-c:v", "libx264",
+                                   "-pix_fmt", "yuv422p", "-g", "15", "-preset", "ultrafast"});
+    ClipEdits early; // between the first two key frames of both
+    early.trimStart = 0.2;
+    const auto line = [&](const QString& file) {
+        const CopyVerdict v = decideCopy({probed(file, early)}, {}, CancelFlag());
+        EXPECT_FALSE(v.copies() || v.cut);
+        return v.line().toStdString();
+    };
+    const auto quoted = [](const QString& file) {
+        return "No fast export: “" + QFileInfo(file).fileName().toStdString() + "” ";
+    };
+    EXPECT_EQ(line(mpeg4), quoted(mpeg4) + "is trimmed off a key frame, and its MPEG-4 video "
+                                           "can’t be re-encoded around the cut");
+    EXPECT_EQ(line(wide),
+              quoted(wide) + "is trimmed off a key frame, and the encoder can’t match its video");
 }
 
 } // namespace

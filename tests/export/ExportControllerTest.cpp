@@ -101,15 +101,15 @@ TEST(ExportController, RunsToDoneWithProgressAndRemainingTime) {
     EXPECT_EQ(controller.state(), State::idle());
     std::vector<QString> decided;
     QObject::connect(&controller, &ExportController::copyDecided,
-                     [&](const QString& whyNot) { decided.push_back(whyNot); });
+                     [&](const QString& line) { decided.push_back(line); });
     controller.start(clips(1), {}, ExportFormat::mov, ExportQuality::original, to);
     ASSERT_TRUE(ended(controller));
     EXPECT_EQ(controller.state(), State::done(to)) << "a later start works as from the beginning";
     // A verdict worked out before (the export sheet's) is followed, not worked out again.
-    const auto handed = std::make_shared<const CopyVerdict>(CopyVerdict{{}, "as handed"});
+    const auto handed = std::make_shared<const CopyVerdict>(CopyVerdict{{}, {}, "as handed"});
     controller.start(clips(1), {}, ExportFormat::mov, ExportQuality::original, to, handed);
     ASSERT_TRUE(ended(controller));
-    EXPECT_EQ(decided, (std::vector<QString>{QString(), "as handed"}));
+    EXPECT_EQ(decided, (std::vector<QString>{"Fast export, no re-encoding", "as handed"}));
 }
 
 TEST(ExportController, CancelGoesIdleAtOnceAndFailuresBecomeTheirSentence) {

@@ -34,9 +34,11 @@ QStringList beep(const ClipSpec& s, double at) {
 
 QStringList picture(const ClipSpec& s) {
     const int flashFrame = static_cast<int>(std::lround(s.flashAt * 30));
+    const QString ground = s.moving ? QStringLiteral("testsrc2=s=%1x%2:r=30:d=%3,lutyuv=y=val/2")
+                                    : QStringLiteral("color=black:s=%1x%2:r=30:d=%3");
     return {"-f", "lavfi", "-i",
-            QStringLiteral("color=black:s=%1x%2:r=30:d=%3,format=yuv420p,"
-                           "drawbox=c=white:t=fill:enable='eq(n\\,%4)'")
+            (ground + QStringLiteral(",format=yuv420p,"
+                                     "drawbox=c=white:t=fill:enable='eq(n\\,%4)'"))
                 .arg(s.size)
                 .arg(s.size * 3 / 4)
                 .arg(s.seconds)
@@ -50,9 +52,12 @@ QString phoneClip(const ClipSpec& s, const QString& name) {
     const QString video =
         generated("video-" + name,
                   picture(s) +
-                      QStringList{"-c:v", "libx265", "-x265-params",
-                                  "log-level=none:bframes=2:keyint=15:min-keyint=15:open-gop=0",
-                                  "-preset", "ultrafast", "-tag:v", "hvc1"} +
+                      (s.h264 ? QStringList{"-c:v", "libx264", "-g", "15", "-bf", "2", "-preset",
+                                            "ultrafast", "-x264opts", "bframes=2:b-adapt=0"}
+                              : QStringList{"-c:v", "libx265", "-x265-params",
+                                            "log-level=none:bframes=2:keyint=15:min-keyint=15:"
+                                            "open-gop=0",
+                                            "-preset", "ultrafast", "-tag:v", "hvc1"}) +
                       mp4);
     QStringList args{"-copyts", "-i", video};
     QStringList maps{"-map", "0:v"};
@@ -64,19 +69,24 @@ QString phoneClip(const ClipSpec& s, const QString& name) {
         args += QStringList{"-i", sound};
         maps += QStringList{"-map", "1:a"};
     }
+    // x264's frames lose their length on the way through MP4; the last one's sets the track's.
+    if (s.h264)
+        maps += QStringList{"-bsf:v", "setts=pts=PTS:dts=DTS:duration=20"};
     return generated(name, args + maps + QStringList{"-c", "copy"} + mp4);
 }
 
 } // namespace
 
 QString flashClip(const ClipSpec& s) {
-    const QString name = QStringLiteral("flash-%1-%2-%3-%4-%5%6.mp4")
+    const QString name = QStringLiteral("flash-%1-%2-%3-%4-%5%6%7%8.mp4")
                              .arg(s.seconds)
                              .arg(s.flashAt)
                              .arg(s.withSound)
                              .arg(s.rate)
                              .arg(s.size)
-                             .arg(s.phone ? "-phone" : QString());
+                             .arg(s.phone ? "-phone" : QString())
+                             .arg(s.h264 ? "-h264" : QString())
+                             .arg(s.moving ? "-moving" : QString());
     if (s.phone)
         return phoneClip(s, name);
     QStringList args = picture(s);
@@ -294,6 +304,27 @@ Marks marks(const QString& path) {
         result.audioEnd = time + static_cast<double>(f.nb_samples) / f.sample_rate;
     });
     return result;
+}
+
+std::vector<Picture> pictures(const QString& path) {
+    std::vector<Picture> result;
+    decode(path, [&](const AVFrame& f, AVMediaType type, AVRational tb) {
+        if (type != AVMEDIA_TYPE_VIDEO)
+            return;
+        Picture p{static_cast<double>(f.best_effort_timestamp) * av_q2d(tb), {}};
+        for (int y = 0; y < f.height; ++y)
+            p.luma.insert(p.luma.end(), f.data[0] + y * f.linesize[0],
+                          f.data[0] + y * f.linesize[0] + f.width);
+        result.push_back(std::move(p));
+    });
+    return result;
+}
+
+std::vector<QByteArray> videoPacketData(const QString& path) {
+    std::vector<QByteArray> data;
+    for (StoredPacket& p : videoPackets(path))
+        data.push_back(std::move(p.data));
+    return data;
 }
 
 // The source packets a copy must contain: those shown within each clip's trimmed range, which

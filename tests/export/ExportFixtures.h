@@ -25,6 +25,8 @@ struct ClipSpec {
     // Stored as phones store it: HEVC in a 1/600 time base without an edit list, so the first
     // frame (behind two B-frames) shows at 1/15 s, where the sound's first sample is at 0.
     bool phone = false;
+    bool h264 = false;   // a phone's clip coded in H.264 instead
+    bool moving = false; // a picture that changes in every frame, under the flash
 };
 // An H.264 (key frames every 0.5 s, B-frames) + AAC movie made once per build; HEVC for a
 // phone's clip. Flash and beep are at `flashAt` from the first frame.
@@ -75,6 +77,16 @@ struct Marks {
     double audioEnd = 0;
 };
 Marks marks(const QString& path);
+
+// The decoded pictures' luma, in presentation order.
+struct Picture {
+    double time = 0;
+    std::vector<std::uint8_t> luma;
+};
+std::vector<Picture> pictures(const QString& path);
+
+// The video packets of a file, in decoding order.
+std::vector<QByteArray> videoPacketData(const QString& path);
 
 // The decoded sound's first channel, sample by sample from the movie's start.
 std::vector<float> sound(const QString& path);

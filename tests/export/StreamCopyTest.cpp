@@ -1,5 +1,6 @@
 // Joining by copying packets: chosen exactly when every trim and join can be honoured, then
 // bit-exact, exactly as long as the project, in sync, and upright.
+#include "export/CopyVerdict.h"
 #include "export/Exporter.h"
 #include "export/StreamCopier.h"
 #include "tests/export/ExportFixtures.h"
@@ -148,6 +149,93 @@ TEST(StreamCopy, EachClipsSoundDecodesAsItselfAfterAJoin) {
             best = std::min(best, worst);
         }
         EXPECT_LT(best, 1e-4) << "the clip starting at " << j.at << " s";
+    }
+}
+
+double meanDifference(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
+    if (a.size() != b.size() || a.empty())
+        return 255;
+    double sum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        sum += std::abs(a[i] - b[i]);
+    return sum / static_cast<double>(a.size());
+}
+
+// Trims off key frames, in H.264 and HEVC stored as a phone stores its clips (1/600 time base,
+// first frame not at zero): every whole group of pictures is copied bit for bit (HEVC's first
+// copied frame after re-encoded ones behind the source's parameter sets), only the frames
+// between a trim and a key frame are encoded again, and the movie shows exactly the frames the
+// trims keep, each where it belongs, with the sound in step.
+class SmartCut : public ::testing::TestWithParam<bool> {};
+
+INSTANTIATE_TEST_SUITE_P(Codecs, SmartCut, ::testing::Values(false, true),
+                         [](const auto& codec) { return codec.param ? "Hevc" : "H264"; });
+
+TEST_P(SmartCut, TrimmedPhoneClipsJoinFrameExactAndMostlyCopied) {
+    const bool hevc = GetParam();
+    const QString source = flashClip({.seconds = 3, .phone = true, .h264 = !hevc, .moving = true});
+    // Key frames every 0.5 s: both ends of both clips fall between them.
+    const std::vector<Segment> segments{probed(source, trimmed(0.3, 0.4)),
+                                        probed(source, trimmed(0.7, 0.9))};
+    const CopyVerdict verdict = decideCopy(segments, {}, CancelFlag());
+    ASSERT_TRUE(verdict.cut) << verdict.whyNot.toStdString();
+    const int encoded = 6 + 3 + 9 + 3; // to the next key frame, and from the last one
+    EXPECT_EQ(
+        verdict.line(),
+        QStringLiteral("Fast export, re-encoding only %1 frames around the trims").arg(encoded));
+
+    const std::vector<Picture> original = pictures(source);
+    std::vector<std::size_t> expected; // the source frames the movie shows, in order
+    for (const Segment& s : segments)
+        for (std::size_t i = 0; i < original.size(); ++i) {
+            const double t = original[i].time - original.front().time;
+            if (t >= s.trimmedRange().lower - 1e-3 && t < s.trimmedRange().upper - 1e-3)
+                expected.push_back(i);
+        }
+    const std::vector<QByteArray> sourcePackets = videoPacketData(source);
+    for (const ExportFormat format : allExportFormats) {
+        SCOPED_TRACE(rawValue(format).toStdString());
+        Exporter exporter(segments, {}, format, ExportQuality::original);
+        const QString out = scratchFolder() + "/cut." + fileExtension(format);
+        const Outcome outcome = runExport(exporter, out);
+        ASSERT_EQ(outcome.kind, Outcome::Kind::done) << outcome.message.toStdString();
+        EXPECT_EQ(decodeErrors(out), QString());
+        EXPECT_NEAR(movieDuration(out), total(segments), frame / 2);
+
+        const std::vector<Picture> shown = pictures(out);
+        ASSERT_EQ(shown.size(), expected.size());
+        for (std::size_t i = 0; i < shown.size(); ++i) {
+            EXPECT_NEAR(shown[i].time, static_cast<double>(i) * frame, frame / 4) << "frame " << i;
+            // The frame matches its source frame closely, and its neighbours less.
+            const std::size_t k = expected[i];
+            const double own = meanDifference(shown[i].luma, original[k].luma);
+            EXPECT_LT(own, 2.0) << "frame " << i;
+            for (const std::size_t other : {k - 1, k + 1}) {
+                if (other < original.size()) {
+                    EXPECT_LT(own, meanDifference(shown[i].luma, original[other].luma));
+                }
+            }
+        }
+
+        int copied = 0;
+        int led = 0; // a source key frame behind parameter sets
+        for (const QByteArray& packet : videoPacketData(out))
+            for (const QByteArray& own : sourcePackets)
+                if (packet == own || (own.size() > 100 && packet.endsWith(own))) {
+                    ++(packet == own ? copied : led);
+                    break;
+                }
+        EXPECT_EQ(copied + led, static_cast<int>(expected.size()) - encoded);
+        EXPECT_EQ(led, hevc ? 2 : 0);
+
+        const Marks m = marks(out);
+        const std::vector<double> flashes{1.2 - 0.3, 2.3 + 1.2 - 0.7};
+        ASSERT_EQ(m.flashes.size(), flashes.size());
+        ASSERT_EQ(m.beeps.size(), flashes.size());
+        for (std::size_t i = 0; i < flashes.size(); ++i) {
+            EXPECT_NEAR(m.flashes[i], flashes[i], frame / 2);
+            EXPECT_NEAR(m.beeps[i], flashes[i], frame);
+        }
     }
 }
 

@@ -97,14 +97,14 @@ TEST_F(ExportViewsTest, FooterPromisesAFastExportExactlyWhenItCopiesAndExportAsk
     views.project().edit(
         nullptr, QSet<QUuid>{views.id("b.mp4")},
         [](ClipEdits& e, const MediaInfo&) { e.trimStart = 0.5; }); // keys 1 s apart
-    EXPECT_EQ(footer(), QStringLiteral("No fast export: “b.mp4” is trimmed off a key frame"));
+    EXPECT_EQ(footer(), QStringLiteral("Fast export, re-encoding only 15 frames around the trims"));
 
     // What the probed facts rule out is said before what the packets do.
     views.project().add({QUrl::fromLocalFile(picture(views.files(), "p.jpg"))});
     EXPECT_TRUE(views.read());
     EXPECT_EQ(footer(), QStringLiteral("No fast export: “p.jpg” is a photo"));
     views.project().remove({views.id("p.jpg")});
-    EXPECT_EQ(footer(), QStringLiteral("No fast export: “b.mp4” is trimmed off a key frame"));
+    EXPECT_EQ(footer(), QStringLiteral("Fast export, re-encoding only 15 frames around the trims"));
 
     // Export asks where, and starts only when confirmed: in the desktop's Videos folder, at
     // home while there is none, and then where the last export went.
