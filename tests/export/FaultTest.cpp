@@ -35,13 +35,15 @@ TEST(Fault, CancelAtRandomMomentsLeavesNothingBehind) {
     const std::vector<Segment> clips = copies(3, scratchFolder());
     std::mt19937 random(20261123);
     int cancelled = 0;
-    for (int round = 0; round < 8; ++round) {
-        // Even rounds copy (fast), odd rounds re-encode (slower): each gets delays that land
-        // anywhere from before the start to after the end.
-        const bool copy = round % 2 == 0;
-        std::uniform_int_distribution<int> delay(0, copy ? 60 : 1500);
-        Exporter exporter(clips, {}, ExportFormat::mp4,
-                          copy ? ExportQuality::original : ExportQuality::high);
+    std::vector<Segment> cutClips = clips; // trimmed off a key frame: re-encoded around the cut
+    cutClips[1].edits.trimStart = 0.6;
+    for (int round = 0; round < 9; ++round) {
+        // Rounds copy (fast), re-encode around a cut, or re-encode (slower) in turn: each gets
+        // delays that land anywhere from before the start to after the end.
+        const int way = round % 3;
+        std::uniform_int_distribution<int> delay(0, way == 0 ? 60 : way == 1 ? 400 : 1500);
+        Exporter exporter(way == 1 ? cutClips : clips, {}, ExportFormat::mp4,
+                          way == 2 ? ExportQuality::high : ExportQuality::original);
         const QString folder = scratchFolder();
         const QString out = keptFile(folder + "/cancelled.mp4");
         const int ms = delay(random);

@@ -260,7 +260,9 @@ TEST(StreamCopy, PortraitClipsPlayUpright) {
     EXPECT_EQ(videoSize(out), "1080,1920");
 }
 
-TEST(StreamCopy, InexactJoinsAreReencodedInstead) {
+// Joins a copy cannot make exactly are never copied as they stand: trims off key frames are
+// re-encoded around the cut, the rest re-encoded whole.
+TEST(StreamCopy, InexactJoinsAreNeverCopiedAsTheyStand) {
     const QString clip = flashClip();
     const QString other = flashClip({.rate = 44100});
     struct Case {
