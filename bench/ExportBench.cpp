@@ -11,6 +11,7 @@
 //
 //   vimbo_bench_export [--seconds N] [--runs R] [--skip-memory]
 
+#include "bench/Tools.h"
 #include "export/EncoderSettings.h"
 
 #include <QCoreApplication>
@@ -137,12 +138,7 @@ void streamCopy(const QString& vimbo, int seconds, int runs) {
     QStringList clips;
     for (int i = 0; i < 6; ++i)
         clips << clip("1920x1080", seconds, i % 3);
-    const QString list = folder() + "/concat.txt";
-    QFile file(list);
-    file.open(QIODevice::WriteOnly);
-    for (const QString& c : clips)
-        file.write("file '" + c.toUtf8() + "'\n");
-    file.close();
+    const QString list = bench::concatList(clips, folder() + "/concat.txt");
     const QString out = folder() + "/out-copy.mp4";
     const double ours = best(runs, vimbo, QStringList{"merge"} + clips + QStringList{"-o", out});
     const QStringList concat{"-v",    "error", "-nostdin", "-y", "-f", "concat",

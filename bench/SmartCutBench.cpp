@@ -14,6 +14,7 @@
 //
 //   vimbo_bench_smartcut [--seconds N] [--runs R]
 
+#include "bench/Tools.h"
 #include "export/CopyVerdict.h"
 #include "export/EncoderSettings.h"
 #include "export/Exporter.h"
@@ -320,12 +321,7 @@ void measure(const char* title, Kind kind, int seconds, int runs) {
                     qPrintable(browserPlays(mov)));
 
         // Speed against the command line: a plain copy join and the encode of as many frames.
-        const QString list = folder() + "/smartcut-concat.txt";
-        QFile concat(list);
-        concat.open(QIODevice::WriteOnly);
-        for (const QString& f : files)
-            concat.write("file '" + f.toUtf8() + "'\n");
-        concat.close();
+        const QString list = bench::concatList(files, folder() + "/smartcut-concat.txt");
         double copyJoin = 0;
         run("ffmpeg",
             {"-v", "error", "-nostdin", "-y", "-f", "concat", "-safe", "0", "-i", list, "-c",
