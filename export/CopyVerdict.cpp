@@ -143,12 +143,17 @@ QString line(const QString& reason) {
 
 // Why the frames around a trim cannot be re-encoded to match the copied ones.
 QString smartRefusalText(const SmartCutResult& result, const std::vector<Segment>& usable) {
-    if (result.refusal == SmartRefusal::none)
-        return refusalText({std::nullopt, result.copyRefusal, result.clip}, usable);
+    if (result.refusal == SmartRefusal::none || result.refusal == SmartRefusal::joinOrder)
+        return refusalText(
+            {std::nullopt,
+             result.refusal == SmartRefusal::none ? result.copyRefusal : CopyRefusal::joinOrder,
+             result.clip},
+            usable);
     const Segment& s = usable[static_cast<std::size_t>(std::max(0, result.clip))];
     const QString c = name(s);
     switch (result.refusal) {
     case SmartRefusal::none:
+    case SmartRefusal::joinOrder: // the copy's own sentence, above
         break;
     case SmartRefusal::codec:
         return tr("%1 is trimmed off a key frame, and its %2 video can\u2019t be re-encoded "
@@ -161,8 +166,6 @@ QString smartRefusalText(const SmartCutResult& result, const std::vector<Segment
         return tr("%1 is trimmed inside groups of pictures that can\u2019t be cut apart").arg(c);
     case SmartRefusal::keyNotIdr:
         return tr("%1 has key frames that a copy can\u2019t start from").arg(c);
-    case SmartRefusal::joinOrder:
-        return tr("%1 can\u2019t follow the clip before it without re-encoding").arg(c);
     }
     return {};
 }
